@@ -1,0 +1,8 @@
+#include "TCMessage.h"
+
+namespace Corvane {
+
+TCMessage::TCMessage() = default;
+TCMessage::~TCMessage() = default;
+
+}  // namespace Corvane

@@ -1,0 +1,46 @@
+#include "Wire.h"
+
+#include <json/reader.h>
+#include <json/writer.h>
+
+#include <algorithm>
+
+namespace Corvane::Wire {
+
+std::string ObjectPath(std::string_view busName) {
+    std::string path = "/" + std::string(busName);
+    std::replace(path.begin(), path.end(), '.', '/');
+    return path;
+}
+
+std::string ToText(const Json::Value& value) {
+    static const Json::StreamWriterBuilder builder = [] {
+        Json::StreamWriterBuilder made;
+        made["indentation"] = "";
+        return made;
+    }();
+    return Json::writeString(builder, value);
+}
+
+bool FromText(std::string_view text, Json::Value& value) {
+    static const Json::CharReaderBuilder builder = [] {
+        Json::CharReaderBuilder made;
+        made["allowComments"] = false;
+        made["allowTrailingCommas"] = false;
+        made["failIfExtra"] = true;
+        return made;
+    }();
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    try {
+        Json::Value read;
+        if (!reader->parse(text.data(), text.data() + text.size(), &read, nullptr)) {
+            return false;
+        }
+        value.swap(read);
+        return true;
+    } catch (const Json::Exception&) {  // nested deeper than the reader goes
+        return false;
+    }
+}
+
+}  // namespace Corvane::Wire

@@ -1,0 +1,44 @@
+// The library's log lines: "file: function(line) > " in front, one colour, one line.
+#pragma once
+
+#include <dlog.h>
+
+#include <cstring>
+
+// Repeated here so that the compiler checks every message's arguments, whatever the platform's own
+// header says.
+extern "C" int __dlog_print(int log_id, int priority, const char* tag, const char* format, ...)
+    __attribute__((format(printf, 4, 5)));
+
+namespace Log {
+
+enum Buffer { kMain = 0, kSystem = 2 };
+enum Priority { kDebug = 3, kInfo = 4, kWarning = 5, kError = 6 };
+
+/// The last component of a path; the compiler computes it for a literal.
+constexpr const char* FileName(const char* path) {
+    const char* name = path;
+    for (const char* c = path; *c != '\0'; ++c) {
+        if (*c == '/') {
+            name = c + 1;
+        }
+    }
+    return name;
+}
+
+}  // namespace Log
+
+#define VERANTI_LOG_WHITE "\033[37m"
+#define VERANTI_LOG_GREEN "\033[32m"
+#define VERANTI_LOG_YELLOW "\033[33m"
+#define VERANTI_LOG_RED "\033[31m"
+
+#define VERANTI_LOG(buffer, priority, colour, message, ...)                               \
+    __dlog_print(buffer, priority, "Veranti", "%s: %s(%d) > " colour message "\033[0m\n", \
+                 Log::FileName(__FILE__), static_cast<const char*>(__func__),             \
+                 __LINE__ __VA_OPT__(, ) __VA_ARGS__)
+
+/// A trace.
+#define LOG_DEBUG(...) VERANTI_LOG(Log::kMain, Log::kDebug, VERANTI_LOG_WHITE, __VA_ARGS__)
+/// An entry or a result.
+#define LOG_INFO(...) VERANTI_LOG(Log::kMain, Log::kInfo, VERANTI_LOG_GREEN, __VA_ARGS__)

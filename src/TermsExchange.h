@@ -1,0 +1,61 @@
+// One exchange with the terms service, from connecting to closing.
+#pragma once
+
+#include "Platform.h"
+
+/// Closes the proxy and deletes the server of one exchange on every way out of its scope.
+/// A failure of that clean-up ends the process.
+class CTermsProxyGuard {
+  public:
+    /// @param server the scope's server pointer; the guard sets it to null when it has deleted it.
+    explicit CTermsProxyGuard(Corvane::TCServer*& server) : m_pServer(server) {}
+    ~CTermsProxyGuard();
+
+    CTermsProxyGuard(const CTermsProxyGuard&) = delete;
+    CTermsProxyGuard& operator=(const CTermsProxyGuard&) = delete;
+
+    /// Opens the server's proxy and remembers whether it is open.
+    void OpenProxy();
+
+  private:
+    Corvane::TCServer*& m_pServer;
+    bool m_bProxyOpen = false;
+};
+
+/// A connection, a request and its reply. Construct it, fill RequestBody(), send, read
+/// ReplyBody(); the destructor closes the connection after the messages are gone.
+class CTermsExchange {
+  public:
+    CTermsExchange() = default;
+
+    CTermsExchange(const CTermsExchange&) = delete;
+    CTermsExchange& operator=(const CTermsExchange&) = delete;
+
+    /// The request's JSON object, empty at first.
+    Json::Value& RequestBody() { return Platform::JsonBody(m_Request); }
+
+    /// The reply's JSON object; empty when none came. Not const: members are looked up with the
+    /// inserting subscript, so that a missing one reads as null.
+    Json::Value& ReplyBody() { return Platform::JsonBody(m_Reply); }
+
+    /// Sends the request and waits for the reply. The request is sent even when the proxy could
+    /// not be opened: what becomes of it then is the framework's verdict.
+    /// @return true when the request was delivered and a reply came.
+    bool m_SendTermsRequest();
+
+    /// Sends the request.
+    /// @return true when a reply came whose "result" is true.
+    bool Succeeds();
+
+  private:
+    /// The server is made and its proxy opened before the messages exist.
+    struct Connection {
+        Connection();
+        Corvane::TCServer* m_pServer;
+        CTermsProxyGuard m_Guard;
+    };
+
+    Connection m_Connection;
+    Corvane::TCMessage m_Request;
+    Corvane::TCMessage m_Reply;
+};

@@ -1,0 +1,111 @@
+#include "Doubles.h"
+
+#include <TCServer.h>
+#include <dlog.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <map>
+
+#include "Wire.h"
+
+namespace {
+
+std::map<const Corvane::TCMessage*, std::string> g_messageNames;
+
+void Note(const std::string& line) {
+    ThePlatform().journal.push_back(line);
+}
+
+/// Buffer, priority and colour in one word, as the client pairs them; anything else is shown as it
+/// is and matches no expectation.
+std::string Look(int logId, int priority, const std::string& colour) {
+    static const std::map<std::string, std::string> known = {
+        {"0 3 \033[37m", "trace"}, {"0 4 \033[32m", "info"}, {"0 5 \033[31m", "warning"}};
+    const std::string raw = std::to_string(logId) + ' ' + std::to_string(priority) + ' ' + colour;
+    const auto found = known.find(raw);
+    return found != known.end() ? found->second : raw;
+}
+
+}  // namespace
+
+PlatformDouble& ThePlatform() {
+    static PlatformDouble platform;
+    return platform;
+}
+
+std::string LogLine(const std::string& look, const std::string& function,
+                    const std::string& message) {
+    return "log " + look + " VerantiAPI.cpp " + function + ": " + message;
+}
+
+int __dlog_print(int log_id, int priority, const char* tag, const char* format, ...) {
+    const std::string prefix = "%s: %s(%d) > ";
+    const std::string suffix = "\033[0m\n";
+    const std::string text = format;
+    const std::size_t rest = prefix.size() + 5;
+    if (std::strcmp(tag, "Veranti") != 0 || text.compare(0, prefix.size(), prefix) != 0 ||
+        text.size() < rest + suffix.size() || text.substr(text.size() - suffix.size()) != suffix) {
+        Note("malformed log line: " + std::string(tag) + " " + text);
+        return -1;
+    }
+    const std::string message = text.substr(rest, text.size() - rest - suffix.size());
+
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string file = va_arg(arguments, const char*);
+    const std::string function = va_arg(arguments, const char*);
+    const int line = va_arg(arguments, int);
+    char formatted[4096];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    std::vsnprintf(formatted, sizeof formatted, message.c_str(), arguments);
+#pragma GCC diagnostic pop
+    va_end(arguments);
+    Note("log " + Look(log_id, priority, text.substr(prefix.size(), 5)) + ' ' + file + ' ' +
+         function + (line > 0 ? ": " : ": no line ") + formatted);
+    return 0;
+}
+
+namespace Corvane {
+
+TCMessage::TCMessage() {
+    // An exchange has two messages, the request made first.
+    g_messageNames[this] = g_messageNames.empty() ? "request" : "reply";
+    Note("make " + g_messageNames[this]);
+}
+
+TCMessage::~TCMessage() {
+    Note("destroy " + g_messageNames[this]);
+    g_messageNames.erase(this);
+}
+
+TCServer::TCServer(std::string name, TCServerType type) : m_Name(std::move(name)) {
+    Note("make server " + m_Name + ' ' + std::to_string(type));
+}
+
+TCServer::~TCServer() {
+    Note("destroy server");
+}
+
+bool TCServer::CreateDBusProxy() {
+    Note("open");
+    return ThePlatform().proxyOpens;
+}
+
+bool TCServer::SendMessage(const char* destination, const TCMessage* request, bool synchronous,
+                           TCMessage* reply, int timeLimit) {
+    Note("send " + g_messageNames[request] + " to " + destination + " for " +
+         g_messageNames[reply] + (synchronous ? " sync " : " async ") + std::to_string(timeLimit) +
+         request->m_Protocol);
+    Note(Wire::ToText(request->m_JsonBody));
+    return ThePlatform().service(request->m_JsonBody, reply->m_JsonBody);
+}
+
+bool TCServer::CloseDBusProxy() {
+    Note("close");
+    return true;
+}
+
+}  // namespace Corvane
