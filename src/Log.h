@@ -1,12 +1,8 @@
 // The library's log lines: "file: function(line) > " in front, one colour, one line.
 #pragma once
 
-#include <dlog.h>
-
-#include <cstring>
-
-// Repeated here so that the compiler checks every message's arguments, whatever the platform's own
-// header says.
+// Declared here rather than by the platform's header, so that the compiler checks every message's
+// arguments on every platform.
 extern "C" int __dlog_print(int log_id, int priority, const char* tag, const char* format, ...)
     __attribute__((format(printf, 4, 5)));
 

@@ -1,0 +1,140 @@
+// veranti-simulator: a terms service for machines that have none.
+#include <systemd/sd-daemon.h>
+#include <systemd/sd-event.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+
+#include "BusEndpoint.h"
+#include "Misbehaviour.h"
+#include "TermsService.h"
+
+namespace {
+
+constexpr char kName[] = "com.velmora.tv.termsclient";
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+struct Options {
+    std::string catalogue;
+    bool verbose = false;
+    MisbehaviourPlan plan;
+};
+
+struct EventRelease {
+    void operator()(sd_event* loop) const { sd_event_unref(loop); }
+};
+using EventLoop = std::unique_ptr<sd_event, EventRelease>;
+
+/// An event loop that SIGTERM and SIGINT end.
+EventLoop MakeLoop() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+
+    sd_event* made = nullptr;
+    if (sd_event_new(&made) < 0) {
+        throw std::bad_alloc();
+    }
+    EventLoop loop(made);
+    for (const int signal : {SIGTERM, SIGINT}) {
+        sd_event_add_signal(made, nullptr, signal, nullptr, nullptr);
+    }
+    return loop;
+}
+
+Response Respond(TermsService& service, const Options& options, const std::string& protocol,
+                 const std::string& text) {
+    Json::Value request;
+    Corvane::Wire::FromText(text, request);
+    const std::string method = TermsService::MethodOf(protocol, request);
+    const Misbehaviour planned = options.plan.Of(method);
+
+    Response response;
+    response.delay = planned.delay;
+    if (planned.garbage) {
+        response.text = "{\"result\": tru";
+    } else if (planned.fails) {
+        response.text = R"({"result":false,"errorcode":1,"errorreason":1,)"
+                        R"("errormessage":"fails on request"})";
+    } else if (!planned.silent) {
+        response.text = Corvane::Wire::ToText(service.Answer(method, request));
+    }
+    if (options.verbose) {
+        std::cout << text << "\n  -> " << response.text.value_or("(silent)") << std::endl;
+    }
+    return response;
+}
+
+int Serve(const Options& options) {
+    TermsService service(options.catalogue);
+    const EventLoop loop = MakeLoop();
+    const BusEndpoint endpoint(loop.get(), kName,
+                               [&](const std::string& protocol, const std::string& text) {
+                                   return Respond(service, options, protocol, text);
+                               });
+    std::cout << "Serving " << service.NumberOfTerms() << " terms as " << kName
+              << ". SIGTERM or Ctrl-C ends it." << std::endl;
+    sd_notify(0, "READY=1");
+    const int ended = sd_event_loop(loop.get());
+    if (ended != 0) {
+        throw BusError("The message bus went away. Start the simulator again when it is back.");
+    }
+    return EXIT_SUCCESS;
+}
+
+void AddOptions(CLI::App& app, Options& options) {
+    using Methods = std::vector<std::string>;
+    const auto add = [&app](const char* name, const char* type, const char* help,
+                            std::function<void(const Methods&)> take) {
+        const auto checked = [take = std::move(take)](const Methods& methods) {
+            try {
+                take(methods);
+            } catch (const std::invalid_argument& error) {
+                throw CLI::ValidationError(error.what());
+            }
+        };
+        app.add_option_function<Methods>(name, checked, help)
+            ->type_name(type)
+            ->expected(1)
+            ->take_all();
+    };
+    app.add_option("--catalogue", options.catalogue, "Serve the terms of this JSON file")
+        ->type_name("FILE");
+    app.add_flag("--verbose", options.verbose, "Print every request and its reply");
+    MisbehaviourPlan& plan = options.plan;
+    add("--fail", "METHOD", "Answer this request with \"result\" false",
+        [&plan](const Methods& methods) { plan.Fail(methods); });
+    add("--delay", "METHOD=MS", "Answer this request so many milliseconds later",
+        [&plan](const Methods& methods) { plan.Delay(methods); });
+    add("--silent", "METHOD", "Never answer this request",
+        [&plan](const Methods& methods) { plan.Silence(methods); });
+    add("--garbage", "METHOD", "Answer this request with something that is not JSON",
+        [&plan](const Methods& methods) { plan.Garble(methods); });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("A terms service for machines that have none. It answers as " +
+                     std::string(kName) +
+                     " on the system bus\n(DBUS_SYSTEM_BUS_ADDRESS) and keeps what it is told in "
+                     "the configuration store (VERANTI_STORE).\n--fail, --delay, --silent and "
+                     "--garbage may be given several times.",
+                 "veranti-simulator");
+    Options options;
+    AddOptions(app, options);
+    try {
+        app.parse(argc, argv);
+        return Serve(options);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? EXIT_SUCCESS : kUsage;
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << std::endl;
+        return kFailure;
+    }
+}
