@@ -115,12 +115,13 @@ Source Load(const std::string& path) {
         return {"the built-in catalogue", kBuiltInCatalogue};
     }
     std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file || text.bad()) {
+    file.peek();  // a folder can be opened, but not read
+    if (!file.is_open() || file.bad()) {
         throw CatalogueError("Cannot read the catalogue \"" + path + "\": " + std::strerror(errno) +
                              ". Give the path of a JSON file.");
     }
+    std::ostringstream text;
+    text << file.rdbuf();
     return {path, text.str()};
 }
 

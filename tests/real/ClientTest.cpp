@@ -1,0 +1,74 @@
+// The client against the simulator on a real bus.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <csignal>
+#include <future>
+#include <thread>
+
+#include "VerantiAPI.h"
+#include "World.h"
+
+namespace {
+
+class ClientTest : public testing::Test {
+  protected:
+    ClientTest() { setenv("VERANTI_LOG", "off", 1); }
+
+    PrivateBus m_bus;
+    TemporaryStore m_store;
+    CVerantiAPI& m_client = *CVerantiAPI::GetInstance();
+};
+
+TEST_F(ClientTest, ThirtyTwoThreadsLeaveNothingBehind) {
+    const Simulator simulator;
+    const auto run = [this](int threads, int requests) {
+        std::atomic<int> answered{0};
+        std::vector<std::thread> callers;
+        for (int thread = 0; thread < threads; ++thread) {
+            callers.emplace_back([this, requests, thread, &answered] {
+                const auto requester = static_cast<EHomeDisclaimerRequester>(thread % 4);
+                for (int i = 0; i < requests; ++i) {
+                    const int number = m_client.GetDisclaimerNum(requester, "TV");
+                    answered += number == (thread % 4 < 2 ? 7 : 8) ? 1 : 0;
+                }
+            });
+        }
+        for (std::thread& caller : callers) {
+            caller.join();
+        }
+        return answered.load();
+    };
+    ASSERT_EQ(run(2, 10), 20);  // what is made once is made here
+    const std::size_t descriptors = OpenDescriptors();
+    const std::size_t memory = mallinfo2().uordblks;
+    EXPECT_EQ(run(32, 200), 6400);
+    RecordProperty("descriptors before", std::to_string(descriptors));
+    RecordProperty("descriptors after", std::to_string(OpenDescriptors()));
+    std::cout << "open descriptors before: " << descriptors << ", after: " << OpenDescriptors()
+              << '\n';
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+    // A leaked connection or message would be kilobytes for each of 12800 exchanges.
+    EXPECT_LT(mallinfo2().uordblks, memory + (1 << 20));
+}
+
+TEST_F(ClientTest, AServiceThatDiesWhileARequestWaitsEndsTheRequest) {
+    Simulator simulator({"--verbose", "--silent", "set country code"});
+    std::future<bool> request =
+        std::async(std::launch::async, [this] { return m_client.SetCountryCode("KR"); });
+    while (simulator.ReadLine() != "  -> (silent)") {
+    }
+    simulator.Signal(SIGKILL);
+    EXPECT_FALSE(request.get());
+    EXPECT_FALSE(m_client.IsServiceAvailable());
+}
+
+TEST_F(ClientTest, TheHeaderStaysNullWithoutAService) {
+    Json::Value header = "old";
+    m_client.GetInformationForDisclaimer(header);
+    EXPECT_TRUE(header.isNull());
+    m_bus.Stop();
+    EXPECT_FALSE(m_client.IsServiceAvailable());
+}
+
+}  // namespace
