@@ -37,9 +37,7 @@ int Report(CVerantiAPI& client, const Answer& answer, bool asJson) {
     return answer.done ? EXIT_SUCCESS : kRefused;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     CLI::App app(
         "Asks the terms service of this machine.\nExits with 0 when it is done, 1 when the service "
         "said no or is not there, 2 for wrong usage.",
@@ -65,6 +63,14 @@ int main(int argc, char** argv) {
         return status;
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : kUsage;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
     } catch (const std::exception& error) {
         std::cerr << "The terms service's answer cannot be read (" << error.what()
                   << "): make sure that it is a terms service that has the name." << std::endl;

@@ -63,7 +63,7 @@ int ReplyLater(sd_event* loop, sd_bus_message* call, const Response& response) {
     }
     sd_event_source_set_destroy_callback(
         timer, [](void* userdata) { delete static_cast<DelayedReply*>(userdata); });
-    reply.release();  // the timer's now
+    static_cast<void>(reply.release());  // the timer's now
     r = sd_event_source_set_floating(timer, 1);
     sd_event_source_unref(timer);
     return r;

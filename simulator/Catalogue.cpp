@@ -8,7 +8,6 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
-#include <regex>
 #include <sstream>
 
 #include "BuiltInCatalogue.h"
@@ -140,14 +139,19 @@ Json::Value Parse(const Source& source) {
     } catch (const Json::Exception& error) {
         errors = error.what();
     }
-    // The reader reports as "* Line 3, Column 7\n  problem.\n", once for each error.
-    static const std::regex report(R"(\* Line (\d+), Column (\d+)\n\s*([^\n]*))");
-    std::smatch first;
-    if (std::regex_search(errors, first, report)) {
-        throw CatalogueError(source.name + ':' + first.str(1) + ':' + first.str(2) + ": " +
-                             first.str(3) + " A catalogue is a JSON object.");
+    // The reader reports as "* Line 3, Column 7\n  Problem.\n", once for each error.
+    std::istringstream report(errors);
+    std::string word;
+    std::string problem;
+    int line = 0;
+    int column = 0;
+    report >> word >> word >> line >> word >> word >> column >> std::ws;
+    std::getline(report, problem);
+    if (!report) {
+        throw CatalogueError(source.name + ": " + errors);
     }
-    throw CatalogueError(source.name + ": " + errors + " A catalogue is a JSON object.");
+    throw CatalogueError(source.name + ':' + std::to_string(line) + ':' + std::to_string(column) +
+                         ": " + problem + " A catalogue is a JSON object.");
 }
 
 /// The details in the form in which they travel: sections as the text of a JSON array.

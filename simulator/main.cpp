@@ -117,9 +117,7 @@ void AddOptions(CLI::App& app, Options& options) {
         [&plan](const Methods& methods) { plan.Garble(methods); });
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     CLI::App app("A terms service for machines that have none. It answers as " +
                      std::string(kName) +
                      " on the system bus\n(DBUS_SYSTEM_BUS_ADDRESS) and keeps what it is told in "
@@ -130,9 +128,17 @@ int main(int argc, char** argv) {
     AddOptions(app, options);
     try {
         app.parse(argc, argv);
-        return Serve(options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? EXIT_SUCCESS : kUsage;
+    }
+    return Serve(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
     } catch (const std::exception& error) {
         std::cerr << error.what() << std::endl;
         return kFailure;

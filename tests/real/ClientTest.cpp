@@ -25,6 +25,7 @@ TEST_F(ClientTest, ThirtyTwoThreadsLeaveNothingBehind) {
     const auto run = [this](int threads, int requests) {
         std::atomic<int> answered{0};
         std::vector<std::thread> callers;
+        callers.reserve(static_cast<std::size_t>(threads));
         for (int thread = 0; thread < threads; ++thread) {
             callers.emplace_back([this, requests, thread, &answered] {
                 const auto requester = static_cast<EHomeDisclaimerRequester>(thread % 4);

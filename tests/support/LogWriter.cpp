@@ -20,6 +20,7 @@ void Show(int priority, const char* format, va_list arguments) {
 }
 }  // namespace
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" void syslog(int priority, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
@@ -36,8 +37,8 @@ extern "C" void __syslog_chk(int priority, int /*flag*/, const char* format, ...
 }
 
 int main(int argc, char** argv) {
-    const int threads = argc > 1 ? std::atoi(argv[1]) : 0;
-    const int lines = argc > 2 ? std::atoi(argv[2]) : 0;
+    const int threads = argc > 1 ? std::stoi(argv[1]) : 0;
+    const int lines = argc > 2 ? std::stoi(argv[2]) : 0;
     if (threads == 0) {
         __dlog_print(0, 3, "T", "\033[37mdebug\033[0m\n");
         __dlog_print(0, 4, "T", "\033[32minfo %d\033[0m\n", 7);
@@ -45,6 +46,7 @@ int main(int argc, char** argv) {
         __dlog_print(2, 6, "T", "\033[31merror\033[0m\n");
     }
     std::vector<std::thread> writers;
+    writers.reserve(static_cast<std::size_t>(threads));
     for (int thread = 0; thread < threads; ++thread) {
         writers.emplace_back([thread, lines] {
             for (int line = 0; line < lines; ++line) {

@@ -50,8 +50,8 @@ int Status(GSubprocess* process) {
 }  // namespace
 
 PrivateBus::PrivateBus()
-    : m_daemon({"dbus-daemon", "--config-file=" BUS_CONFIGURATION_PATH, "--nofork", "--nopidfile",
-                "--print-address=1"},
+    : m_daemon({"dbus-daemon", std::string("--config-file=") + BUS_CONFIGURATION_PATH, "--nofork",
+                "--nopidfile", "--print-address=1"},
                open("/dev/null", O_WRONLY | O_CLOEXEC)) {
     setenv("DBUS_SYSTEM_BUS_ADDRESS", m_daemon.ReadLine().c_str(), 1);
 }
