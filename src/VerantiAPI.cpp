@@ -13,6 +13,15 @@ bool s_bInitialised = false;
 
 GMutex s_Mutex;  // zero is its initial state
 
+/// Holds the mutex while it lives.
+class CInstanceLock {
+  public:
+    CInstanceLock() { g_mutex_lock(&s_Mutex); }
+    ~CInstanceLock() { g_mutex_unlock(&s_Mutex); }
+    CInstanceLock(const CInstanceLock&) = delete;
+    CInstanceLock& operator=(const CInstanceLock&) = delete;
+};
+
 const char* BoolText(bool value) {
     return value ? "true" : "false";
 }
@@ -60,7 +69,7 @@ CVerantiAPI* CVerantiAPI::GetInstance() {
     if (s_bInitialised) {
         return m_pInstance;
     }
-    g_autoptr(GMutexLocker) lock = g_mutex_locker_new(&s_Mutex);
+    const CInstanceLock lock;
     if (!s_bInitialised) {
         m_pInstance = new CVerantiAPI();
         m_pInstance->m_InitProxy();
@@ -73,7 +82,7 @@ CVerantiAPI* CVerantiAPI::GetInstanceUT() {
     if (s_bInitialised) {
         return m_pInstance;
     }
-    g_autoptr(GMutexLocker) lock = g_mutex_locker_new(&s_Mutex);
+    const CInstanceLock lock;
     if (!s_bInitialised) {
         auto* instance = new CVerantiAPI();
         // The flag first, the other way round than GetInstance(): this getter has always
@@ -86,7 +95,7 @@ CVerantiAPI* CVerantiAPI::GetInstanceUT() {
 
 void CVerantiAPI::Destroy() {
     LOG_DEBUG("CVerantiAPI Destroy");
-    g_autoptr(GMutexLocker) lock = g_mutex_locker_new(&s_Mutex);
+    const CInstanceLock lock;
     if (m_pInstance != nullptr) {
         m_pInstance->m_FinalProxy();
         delete m_pInstance;

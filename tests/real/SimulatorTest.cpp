@@ -155,6 +155,12 @@ TEST_F(SimulatorTest, AgreementsSurviveARestart) {
     EXPECT_EQ(ReadFile(m_store.Path() + kAgreements), cache);
 }
 
+TEST_F(SimulatorTest, EndsWithTheBus) {
+    Simulator simulator;
+    m_bus.Stop();
+    EXPECT_EQ(simulator.Wait(), 1);
+}
+
 TEST_F(SimulatorTest, MisbehavesOnRequest) {
     const Simulator simulator({"--fail", "set country code", "--garbage", "dravik check", "--delay",
                                "request reset nimbra=1", "--fail", "dravik get error info"});
