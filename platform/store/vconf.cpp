@@ -2,15 +2,17 @@
 
 #include <fcntl.h>
 #include <glib.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -38,30 +40,26 @@ class Descriptor {
     int m_fd;
 };
 
-/// A key taken apart: the folders on the way and the file's name.
-struct Location {
-    std::vector<std::string> folders;
-    std::string name;
-};
-
-/// False with errno EINVAL when the key is refused.
-bool Locate(const char* key, Location& location) {
-    const std::string text = key != nullptr ? key : "";
-    std::size_t begin = 0;
-    std::size_t end = 0;
-    do {
-        end = text.find('/', begin);
-        std::string component = text.substr(begin, end - begin);
+/// Whether a key is a path below the root: components, none of them empty, "." or "..".
+bool IsKey(std::string_view key) {
+    while (true) {
+        const std::size_t end = key.find('/');
+        const std::string_view component = key.substr(0, end);
         if (component.empty() || component == "." || component == "..") {
             errno = EINVAL;
             return false;
         }
-        location.folders.push_back(std::move(component));
-        begin = end + 1;
-    } while (end != std::string::npos);
-    location.name = std::move(location.folders.back());
-    location.folders.pop_back();
-    return true;
+        if (end == std::string_view::npos) {
+            return true;
+        }
+        key.remove_prefix(end + 1);
+    }
+}
+
+/// A key's folders, each with a "/" behind it, and the name of its file.
+std::pair<std::string_view, std::string> Split(std::string_view key) {
+    const std::size_t name = key.rfind('/') + 1;
+    return {key.substr(0, name), std::string(key.substr(name))};
 }
 
 std::string Root() {
@@ -74,17 +72,16 @@ std::string Root() {
 
 /// Opens the folder that holds the key's file, component by component, so that a link cannot lead
 /// out of the root however the folders change meanwhile.
-Descriptor OpenFolder(const Location& location, bool create) {
+Descriptor OpenFolder(std::string_view folders, bool create) {
     const std::string root = Root();
     if (create && g_mkdir_with_parents(root.c_str(), 0700) != 0) {
         return Descriptor(-1);
     }
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     Descriptor folder(open(root.c_str(), kFlags));
-    for (const std::string& component : location.folders) {
-        if (!folder) {
-            break;
-        }
+    while (folder && !folders.empty()) {
+        const std::string component(folders.substr(0, folders.find('/')));
+        folders.remove_prefix(component.size() + 1);
         if (create && mkdirat(folder.get(), component.c_str(), 0700) != 0 && errno != EEXIST) {
             return Descriptor(-1);
         }
@@ -93,23 +90,38 @@ Descriptor OpenFolder(const Location& location, bool create) {
     return folder;
 }
 
+/// Opens the key's file for reading. Not blocking, so that a pipe in its place cannot stall
+/// anybody.
+Descriptor OpenFile(std::string_view key) {
+    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+    open_how how{};
+    how.flags = kFlags;
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    const std::string path = Root() + '/' + std::string(key);
+    Descriptor file(
+        static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+    if (file || errno == ENOENT) {
+        return file;
+    }
+    // There is a link on the way, perhaps only to the root; or this system has no such call.
+    const auto [folders, name] = Split(key);
+    const Descriptor folder = OpenFolder(folders, false);
+    if (folder) {
+        file = Descriptor(openat(folder.get(), name.c_str(), kFlags | O_NOFOLLOW));
+    }
+    return file;
+}
+
 /// A path that reaches the key's file through the folder already opened.
 std::string PathThrough(const Descriptor& folder, const std::string& name) {
     return "/proc/self/fd/" + std::to_string(folder.get()) + '/' + name;
 }
 
-char* Read(const char* key) {
-    Location location;
-    if (!Locate(key, location)) {
+char* Read(std::string_view key) {
+    if (!IsKey(key)) {
         return nullptr;
     }
-    const Descriptor folder = OpenFolder(location, false);
-    if (!folder) {
-        return nullptr;
-    }
-    // Not blocking, so that a pipe in the place of a file cannot stall the reader.
-    const Descriptor file(openat(folder.get(), location.name.c_str(),
-                                 O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const Descriptor file = OpenFile(key);
     struct stat status {};
     if (!file || fstat(file.get(), &status) != 0) {
         return nullptr;
@@ -142,23 +154,23 @@ char* Read(const char* key) {
     return text;
 }
 
-int Write(const char* key, const char* value) {
-    Location location;
+int Write(std::string_view key, const char* value) {
     if (value == nullptr) {
         errno = EINVAL;
         return -1;
     }
-    if (!Locate(key, location)) {
+    if (!IsKey(key)) {
         return -1;
     }
-    const Descriptor folder = OpenFolder(location, true);
+    const auto [folders, name] = Split(key);
+    const Descriptor folder = OpenFolder(folders, true);
     if (!folder) {
         return -1;
     }
     errno = 0;
     constexpr auto kSafe = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
                                                               G_FILE_SET_CONTENTS_DURABLE);
-    const std::string path = PathThrough(folder, location.name);
+    const std::string path = PathThrough(folder, name);
     if (g_file_set_contents_full(path.c_str(), value, -1, kSafe, 0600, nullptr) == FALSE) {
         errno = errno != 0 ? errno : EIO;
         return -1;
@@ -166,16 +178,20 @@ int Write(const char* key, const char* value) {
     return 0;
 }
 
-int Remove(const char* key) {
-    Location location;
-    if (!Locate(key, location)) {
+int Remove(std::string_view key) {
+    if (!IsKey(key)) {
         return -1;
     }
-    const Descriptor folder = OpenFolder(location, false);
-    if (!folder || unlinkat(folder.get(), location.name.c_str(), 0) != 0) {
+    const auto [folders, name] = Split(key);
+    const Descriptor folder = OpenFolder(folders, false);
+    if (!folder || unlinkat(folder.get(), name.c_str(), 0) != 0) {
         return -1;
     }
     return fsync(folder.get());
+}
+
+std::string_view View(const char* key) {
+    return key != nullptr ? key : std::string_view();
 }
 
 /// Runs an operation behind the C interface, where no exception may pass.
@@ -192,13 +208,13 @@ Result WithoutExceptions(Result failed, Operation operation) {
 }  // namespace
 
 char* vconf_get_str(const char* key) {
-    return WithoutExceptions<char*>(nullptr, [key] { return Read(key); });
+    return WithoutExceptions<char*>(nullptr, [key] { return Read(View(key)); });
 }
 
 int vconf_set_str(const char* key, const char* value) {
-    return WithoutExceptions(-1, [key, value] { return Write(key, value); });
+    return WithoutExceptions(-1, [key, value] { return Write(View(key), value); });
 }
 
 int vconf_unset(const char* key) {
-    return WithoutExceptions(-1, [key] { return Remove(key); });
+    return WithoutExceptions(-1, [key] { return Remove(View(key)); });
 }

@@ -64,6 +64,17 @@ TEST_F(StoreTest, FollowsNoLinkOutOfTheRoot) {
     EXPECT_EQ(ReadFile(secret), "secret");
 }
 
+TEST_F(StoreTest, TheRootItselfMayBeALink) {
+    const TemporaryFolder elsewhere;
+    const std::string link = elsewhere.Path() + "/link";
+    std::filesystem::create_directory_symlink(m_store.Path(), link);
+    setenv("VERANTI_STORE", link.c_str(), 1);
+    EXPECT_EQ(vconf_set_str("db/key", "x"), 0);
+    EXPECT_EQ(Get("db/key"), "x");
+    std::filesystem::create_symlink(link, m_store.Path() + "/inside");
+    EXPECT_EQ(Get("inside/db/key"), "(null)");
+}
+
 TEST_F(StoreTest, IsNotStalledOrFooledByWhatIsNoFile) {
     ASSERT_EQ(mkfifo((m_store.Path() + "/pipe").c_str(), 0600), 0);
     std::filesystem::create_directory(m_store.Path() + "/folder");
