@@ -19,7 +19,9 @@
 
 #include <json/value.h>
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "VerantiExport.h"
 
@@ -33,9 +35,60 @@ enum EHomeDisclaimerRequester {
     HOME_DISCLAIMER_REQUESTER_OTHER = 4,  ///< everybody else
 };
 
+/// One disclaimer as the service describes it. Each member names the reply member that it is read
+/// from; what is missing there reads as the empty text, 0 or false. Texts are kept as received.
+struct STHomeDisclaimerContentItem {
+    std::string strItemId;   ///< "id": the key of requests for this disclaimer
+    int nOrder = 0;          ///< "order": its position in the service's list
+    std::string strVersion;  ///< "version"
+    std::string strTitle;    ///< "title"
+    std::string strIntro;    ///< "intro"
+    std::string strDetails;  ///< "details": prose, or a JSON array of sections
+    std::string strButton1;  ///< "button1", and so on: the labels of its buttons
+    std::string strButton2;
+    std::string strButton3;
+    std::string strButton4;
+    std::string strButton5;
+    std::string strButton6;
+    std::string strButton7;
+    std::string strButton8;
+    std::string strButton9;
+    std::string strButton10;
+    bool bIsAgreed = false;          ///< "is_agreed"
+    bool bOnlyNotice = false;        ///< "only_notice": there is nothing to agree to
+    std::string strAgreeDependency;  ///< "agree_dependency": passed through
+    bool bPPUsed = false;            ///< "ppused": passed through
+    bool bReverse = false;           ///< "reverse": passed through
+    /// The sections of strDetails when that is a JSON array of objects with "title" and "data":
+    /// title, text, title, text and so on. Requests append to it and never clear it, so a record
+    /// that is filled twice has its sections twice.
+    std::vector<std::string> vecDetailData;
+};
+
 /// The client of the terms service. It holds no data: calls do not influence each other.
 class VERANTI_API CVerantiAPI {
   public:
+    /// An error as two numbers, and as the JSON text {"error_code":3,"error_reason":12} in which
+    /// reports to and from the service carry it.
+    class VERANTI_API CErrorDescriptor {
+      public:
+        /// Code 0, reason 0.
+        CErrorDescriptor();
+        CErrorDescriptor(int code, int reason);
+
+        /// Reads a descriptor from JSON text.
+        /// @return what the text holds, a missing member as 0; code 0 and reason 0 for a text that
+        ///   is not JSON, with the warning "<<WARN: NOT JSON TYPE MESSAGE>>" in the log.
+        /// @throws Json::Exception for JSON that is no object or whose members are no integers.
+        static CErrorDescriptor FromString(std::string text);
+
+        /// The compact JSON text.
+        std::string ToString() const;
+
+        std::int32_t m_ErrorCode;
+        std::int32_t m_ErrorReason;
+    };
+
     /// For the instance getters only.
     CVerantiAPI();
     virtual ~CVerantiAPI();
@@ -140,6 +193,67 @@ class VERANTI_API CVerantiAPI {
     /// Logs "GetDisclaimerNum called with requester: N" and "GetDisclaimerNum N".
     int GetDisclaimerNum(EHomeDisclaimerRequester requester, std::string productType);
 
+    /// Fetches the disclaimer at a position. Sends "get disclaimer by order".
+    /// @param[in,out] item filled with every member of the reply and the sections of its details;
+    ///   untouched when the result is -1. When an exception passes, what was read before it is in.
+    /// @param index the position in the requester's list, from 0; sent as "request_index".
+    /// @param requester sent as the integer "requester".
+    /// @param strProductType sent as "product_type".
+    /// @return 0 when the reply's "result" is true, else -1.
+    /// Logs "GetDisclaimerDetail called for index: N and requester: N"; at debug priority the id
+    /// and what becomes of the details ("<<WARN: NOT JSON TYPE MESSAGE>>" or "It is new RULE"), and
+    /// the warning "push back" for each section.
+    int GetDisclaimerDetail(STHomeDisclaimerContentItem& item, int index,
+                            EHomeDisclaimerRequester requester, std::string strProductType);
+
+    /// Fetches the disclaimer with an id. Sends "get disclaimer by term id". Otherwise as by
+    /// position.
+    /// @param strItemId sent as "request_item".
+    /// Logs "GetDisclaimerDetail called for itemId: I P", then as by position.
+    int GetDisclaimerDetail(const std::string& strItemId, STHomeDisclaimerContentItem& item,
+                            std::string strProductType);
+
+    /// Fetches all disclaimers of a requester: their number, then each by its position.
+    /// @param[in,out] vecItems emptied without destroying what it points to, then filled with new
+    ///   records that the caller owns and destroys with delete, in the order of their positions;
+    ///   left as it is when the number is 0. Disclaimers whose request fails are left out. When an
+    ///   exception passes, the records so far are in.
+    /// @param requester whose list.
+    /// @param strProductType of the requests for the disclaimers. Their number is always asked for
+    ///   "TV".
+    /// @return always 0.
+    /// Logs "GetDisclaimerDetails called for req: N"; to the system buffer, at error priority, two
+    /// empty lines around the emptying and the position of each disclaimer.
+    int GetDisclaimerDetails(std::vector<STHomeDisclaimerContentItem*>& vecItems,
+                             EHomeDisclaimerRequester requester, std::string strProductType);
+
+    /// Fetches the disclaimers that were revised. Sends "get revised disclaimers".
+    /// @param[in,out] vecItems receives a new record for each element of the reply's "disclaimers",
+    ///   behind what it holds. The caller owns them and destroys them with delete. nOrder,
+    ///   strVersion, strButton9, strButton10 and bOnlyNotice keep their defaults. When an exception
+    ///   passes, the records so far are in.
+    /// @param strProductType sent as "product_type".
+    /// @param strTerms which terms, sent as "terms".
+    /// @return the reply's "result"; false when no reply came.
+    /// Logs "GetRevisedDisclaimers called"; for each the warning "id I", then "datailData=..." and
+    /// what becomes of the details, as GetDisclaimerDetail() does.
+    bool GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*>& vecItems,
+                               std::string strProductType, std::string strTerms);
+
+    /// Reads the title of an entry of the terms menu from the configuration store, key
+    /// "db/veranti/terms_title". Makes no request.
+    /// @param[out] title the "title" of the stored array's element; untouched when there is none.
+    /// @param index the position in the array, from 0.
+    /// @return 0, or -1 when there is no such title or it is empty. Json exceptions are caught.
+    /// Logs "GetDisclaimerTitle called for index: N", then at debug priority the array's size and
+    /// the title, or a warning that says why there is none.
+    int GetDisclaimerTitle(std::string& title, int index);
+
+    /// Gives the language of the terms' screens. Makes no request and logs nothing.
+    /// @param[out] language always "ko".
+    /// @return always 0.
+    int GetDisclaimerOsdLanguage(std::string& language);
+
     /// @}
     /// @name Agreements
     /// @{
@@ -171,6 +285,33 @@ class VERANTI_API CVerantiAPI {
     /// @param productType sent as "product_type".
     /// Logs "Model P try to set all agreement to true." (or "false").
     bool SetAllDisclaimerItemAgreement(int agreed, std::string productType);
+
+    /// Tells whether a disclaimer exists. For the set itself (product type "TV") it is looked up in
+    /// the agreements that the service keeps in the configuration store, key
+    /// "db/veranti/disclaimeragrees", without a request; for any other product type the service is
+    /// asked ("get disclaimer by term id").
+    /// @param strItemId the id; sent as "request_item".
+    /// @param productType sent as "product_type".
+    /// @return true when the stored member is there and neither null nor an empty array or object,
+    ///   or the reply's "result". A store that cannot be read is logged and gives false.
+    /// Logs the warning "requested ID I", what is stored, and the warning "I  exist" or the reason
+    /// why not; for other products "IsDisclaimerItemExist called for strItemId: I".
+    bool IsDisclaimerItemExist(const std::string& strItemId, std::string productType);
+
+    /// Tells whether the user has agreed to a disclaimer, from the agreements in the configuration
+    /// store (as IsDisclaimerItemExist()). For a product type other than "TV" the service is asked
+    /// first (protocol "common_protocol", "request_type" "get disclaimer agreement"); its answer
+    /// reaches the log, and the stored agreement still decides.
+    /// @param strItemId the id; sent as "request_item".
+    /// @param[out] pIsAgreed 1 when the stored member is the text "true", else 0. Set it to 0
+    ///   before: it is untouched when the stored text is not an object (an exception is logged).
+    /// @param productType sent as "product_type".
+    /// @return always 0.
+    /// Logs the warning "requested ID I", what is stored, and "agreement T." or the reason why
+    /// there is none; for other products "get value : N" and, when the service does not know the
+    /// id, the warning "disclaimer I is not exist!".
+    int GetDisclaimerItemAgreement(const std::string& strItemId, int* pIsAgreed,
+                                   std::string productType);
 
     /// @}
     /// @name Clone data on a USB device

@@ -38,3 +38,7 @@ constexpr const char* FileName(const char* path) {
 #define LOG_DEBUG(...) VERANTI_LOG(Log::kMain, Log::kDebug, VERANTI_LOG_WHITE, __VA_ARGS__)
 /// An entry or a result.
 #define LOG_INFO(...) VERANTI_LOG(Log::kMain, Log::kInfo, VERANTI_LOG_GREEN, __VA_ARGS__)
+/// Something that a reader of the log should see.
+#define LOG_WARNING(...) VERANTI_LOG(Log::kMain, Log::kWarning, VERANTI_LOG_RED, __VA_ARGS__)
+/// A line in the system buffer. It is an error by its priority only: successes go there too.
+#define LOG_SYSTEM(...) VERANTI_LOG(Log::kSystem, Log::kError, VERANTI_LOG_RED, __VA_ARGS__)

@@ -8,6 +8,11 @@
 #include <TCServer.h>
 #include <vconf.h>
 
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+
 namespace Platform {
 
 /// The name and the kind that the framework wants of a client that connects by itself. Only the
@@ -21,6 +26,17 @@ constexpr int kNoTimeLimit = -1;
 /// The JSON body of a framework message.
 inline Json::Value& JsonBody(Corvane::TCMessage& message) {
     return message.m_JsonBody;
+}
+
+/// The protocol that a framework message belongs to.
+inline std::string& Protocol(Corvane::TCMessage& message) {
+    return message.m_Protocol;
+}
+
+/// The text of a key of the configuration store, or nothing when it cannot be read.
+inline std::optional<std::string> StoredText(const char* key) {
+    const std::unique_ptr<char, decltype(&std::free)> text(vconf_get_str(key), &std::free);
+    return text ? std::optional<std::string>(text.get()) : std::nullopt;
 }
 
 }  // namespace Platform

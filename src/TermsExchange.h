@@ -16,6 +16,7 @@ class CTermsProxyGuard {
 
     /// Opens the server's proxy and remembers whether it is open.
     void OpenProxy();
+    bool IsProxyOpen() const { return m_bProxyOpen; }
 
   private:
     Corvane::TCServer*& m_pServer;
@@ -37,6 +38,12 @@ class CTermsExchange {
     /// The reply's JSON object; empty when none came. Not const: members are looked up with the
     /// inserting subscript, so that a missing one reads as null.
     Json::Value& ReplyBody() { return Platform::JsonBody(m_Reply); }
+
+    /// The protocol that the request belongs to; most requests leave it empty.
+    std::string& Protocol() { return Platform::Protocol(m_Request); }
+
+    /// Whether the proxy could be opened.
+    bool IsProxyOpen() const { return m_Connection.m_Guard.IsProxyOpen(); }
 
     /// Sends the request and waits for the reply. The request is sent even when the proxy could
     /// not be opened: what becomes of it then is the framework's verdict.

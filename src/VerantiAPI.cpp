@@ -2,8 +2,13 @@
 
 #include <glib.h>
 
+#include <memory>
+
+#include "DisclaimerFields.h"
+#include "JsonText.h"
 #include "Log.h"
 #include "TermsExchange.h"
+#include "TermsJsonParser.h"
 
 namespace {
 
@@ -21,6 +26,10 @@ class CInstanceLock {
     CInstanceLock(const CInstanceLock&) = delete;
     CInstanceLock& operator=(const CInstanceLock&) = delete;
 };
+
+constexpr char kSet[] = "TV";  // the product type of the set itself
+constexpr char kAgreementsKey[] = "db/veranti/disclaimeragrees";
+constexpr char kTitlesKey[] = "db/veranti/terms_title";
 
 const char* BoolText(bool value) {
     return value ? "true" : "false";
@@ -54,6 +63,152 @@ bool SendOneAgreement(const std::string& item, bool agreed, const std::string& p
     request["request_item"] = item;
     request["is_agreed"] = agreed;
     return exchange.Succeeds();
+}
+
+/// Cuts parsed details into sections and appends them to what the record has.
+void AppendSections(bool parsed, Json::Value& details, STHomeDisclaimerContentItem& item) {
+    if (!parsed) {
+        LOG_DEBUG("<<WARN: NOT JSON TYPE MESSAGE>>");
+        return;
+    }
+    if (!details.isArray()) {
+        return;
+    }
+    LOG_DEBUG("It is new RULE");
+    for (Json::Value& section : details) {
+        std::string title = section["title"].asString();
+        std::string data = section["data"].asString();
+        LOG_WARNING("push back");
+        item.vecDetailData.push_back(std::move(title));
+        item.vecDetailData.push_back(std::move(data));
+    }
+}
+
+/// Fills a record from the reply to a request for one disclaimer; an empty reply leaves it alone.
+void GetDisclaimerInfo(Json::Value& reply, STHomeDisclaimerContentItem& item) {
+    if (reply.empty()) {
+        return;
+    }
+    ReadAllFields(reply, item);
+    LOG_DEBUG("id %s", item.strItemId.c_str());
+    Json::Value details;
+    const bool parsed = ParseJson(item.strDetails, details);
+    AppendSections(parsed, details, item);
+}
+
+/// Sends a request for one disclaimer and fills the record.
+int FetchDisclaimer(CTermsExchange& exchange, STHomeDisclaimerContentItem& item) {
+    if (!exchange.Succeeds()) {
+        return -1;
+    }
+    GetDisclaimerInfo(exchange.ReplyBody(), item);
+    return 0;
+}
+
+/// Appends a record to a list that hands its records to the caller; nothing is lost when there is
+/// no memory for the entry.
+void HandOver(std::unique_ptr<STHomeDisclaimerContentItem> item,
+              std::vector<STHomeDisclaimerContentItem*>& items) {
+    items.push_back(item.get());
+    static_cast<void>(item.release());
+}
+
+/// Asks the service for an agreement. The answer is only logged and written for the moment: the
+/// stored agreement has the last word.
+void AskForAgreement(const std::string& id, int& isAgreed, const std::string& productType) {
+    CTermsExchange exchange;
+    if (exchange.IsProxyOpen()) {
+        exchange.Protocol() = "common_protocol";
+        Json::Value& request = exchange.RequestBody();
+        request["request_type"] = "get disclaimer agreement";
+        request["product_type"] = productType;
+        request["request_item"] = id;
+        exchange.m_SendTermsRequest();
+        Json::Value& reply = exchange.ReplyBody();
+        if (reply["result"].asBool()) {
+            isAgreed = reply["is_agreed"].asBool() ? 1 : 0;
+        } else {
+            VERANTI_LOG(Log::kMain, Log::kWarning, VERANTI_LOG_YELLOW,
+                        "disclaimer %s is not exist!", id.c_str());
+            isAgreed = 0;
+        }
+    }
+    LOG_INFO("get value : %d", isAgreed);
+}
+
+/// The stored agreements as far as they could be read.
+struct StoredAgreements {
+    enum class State { Missing, Empty, NotJson, Read } state = State::Missing;
+    std::string text;
+    Json::Value value;
+};
+
+StoredAgreements ReadAgreements(const std::string& id) {
+    using State = StoredAgreements::State;
+    StoredAgreements stored;
+    LOG_WARNING("requested ID %s", id.c_str());
+    std::optional<std::string> text = Platform::StoredText(kAgreementsKey);
+    if (!text) {
+        return stored;
+    }
+    stored.text = std::move(*text);
+    LOG_INFO("Get vconf savedData: %s", stored.text.c_str());
+    if (stored.text.empty()) {
+        stored.state = State::Empty;
+    } else {
+        stored.state = ParseJson(stored.text, stored.value) ? State::Read : State::NotJson;
+    }
+    return stored;
+}
+
+bool IsStored(const std::string& id) {
+    using State = StoredAgreements::State;
+    StoredAgreements stored = ReadAgreements(id);
+    switch (stored.state) {
+        case State::Missing:
+            LOG_WARNING("vconf get str failed");
+            return false;
+        case State::Empty:
+            LOG_WARNING("Empty Data");
+            return false;
+        case State::NotJson:
+            LOG_WARNING("parser failed : \n %s", stored.text.c_str());
+            return false;
+        case State::Read:
+            break;
+    }
+    if (stored.value[id].empty()) {
+        LOG_WARNING("%s does not exist", id.c_str());
+        return false;
+    }
+    LOG_WARNING("%s  exist", id.c_str());
+    return true;
+}
+
+int StoredAgreement(const std::string& id) {
+    using State = StoredAgreements::State;
+    StoredAgreements stored = ReadAgreements(id);
+    switch (stored.state) {
+        case State::Missing:
+            LOG_WARNING("vconf get str failed, agreement = false");
+            return 0;
+        case State::Empty:
+            LOG_WARNING("Empty Data, agreement = false");
+            return 0;
+        case State::NotJson:
+            LOG_WARNING("parser failed : \n %s , agreement = false", stored.text.c_str());
+            return 0;
+        case State::Read:
+            break;
+    }
+    const Json::Value& agreement = stored.value[id];
+    if (!agreement.isString()) {
+        LOG_WARNING("%s is not string type", id.c_str());
+        return 0;
+    }
+    const std::string text = agreement.asString();
+    LOG_INFO("agreement %s.", text.c_str());
+    return text == "true" ? 1 : 0;
 }
 
 }  // namespace
@@ -248,6 +403,106 @@ int CVerantiAPI::GetDisclaimerNum(EHomeDisclaimerRequester requester, std::strin
     return number;
 }
 
+int CVerantiAPI::GetDisclaimerDetail(STHomeDisclaimerContentItem& item, int index,
+                                     EHomeDisclaimerRequester requester,
+                                     std::string strProductType) {
+    LOG_INFO("GetDisclaimerDetail called for index: %d and requester: %d", index,
+             static_cast<int>(requester));
+    IsServiceAvailable();
+
+    CTermsExchange exchange;
+    Json::Value& request = exchange.RequestBody();
+    request["method"] = "get disclaimer by order";
+    request["data"] = Json::nullValue;
+    request["product_type"] = strProductType;
+    request["requester"] = static_cast<int>(requester);
+    request["request_index"] = index;
+    return FetchDisclaimer(exchange, item);
+}
+
+int CVerantiAPI::GetDisclaimerDetail(const std::string& strItemId,
+                                     STHomeDisclaimerContentItem& item,
+                                     std::string strProductType) {
+    LOG_INFO("GetDisclaimerDetail called for itemId: %s %s", strItemId.c_str(),
+             strProductType.c_str());
+    IsServiceAvailable();
+
+    CTermsExchange exchange;
+    Json::Value& request = exchange.RequestBody();
+    request["method"] = "get disclaimer by term id";
+    request["product_type"] = strProductType;
+    request["data"] = Json::nullValue;
+    request["request_item"] = strItemId;
+    return FetchDisclaimer(exchange, item);
+}
+
+int CVerantiAPI::GetDisclaimerDetails(std::vector<STHomeDisclaimerContentItem*>& vecItems,
+                                      EHomeDisclaimerRequester requester,
+                                      std::string strProductType) {
+    LOG_INFO("GetDisclaimerDetails called for req: %d", static_cast<int>(requester));
+    // The count is the set's whatever the product: the service numbers its list for the set.
+    const int count = GetDisclaimerNum(requester, kSet);
+    if (count < 1) {
+        return 0;
+    }
+    LOG_SYSTEM("");
+    vecItems.clear();  // the records stay the caller's
+    LOG_SYSTEM("");
+    for (int index = 0; index < count; ++index) {
+        LOG_SYSTEM("%d", index);
+        auto item = std::make_unique<STHomeDisclaimerContentItem>();
+        if (GetDisclaimerDetail(*item, index, requester, strProductType) != -1) {
+            HandOver(std::move(item), vecItems);
+        }
+    }
+    return 0;
+}
+
+bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*>& vecItems,
+                                        std::string strProductType, std::string strTerms) {
+    LOG_INFO("GetRevisedDisclaimers called");
+    IsServiceAvailable();
+
+    CTermsExchange exchange;
+    Json::Value& request = exchange.RequestBody();
+    request["method"] = "get revised disclaimers";
+    request["product_type"] = strProductType;
+    request["terms"] = strTerms;
+    request["data"] = Json::nullValue;
+    if (!exchange.Succeeds()) {
+        return false;
+    }
+    Json::Value disclaimers = exchange.ReplyBody()["disclaimers"];
+    const Json::ArrayIndex count = disclaimers.size();
+    for (Json::ArrayIndex i = 0; i < count; ++i) {
+        auto item = std::make_unique<STHomeDisclaimerContentItem>();
+        ReadRevisedFields(disclaimers[i], *item);
+        LOG_WARNING("id %s", item->strItemId.c_str());
+        Json::Value details;
+        const bool parsed = ParseJson(item->strDetails, details);
+        LOG_DEBUG("datailData=%s", item->strDetails.c_str());
+        AppendSections(parsed, details, *item);
+        HandOver(std::move(item), vecItems);
+    }
+    return true;
+}
+
+int CVerantiAPI::GetDisclaimerTitle(std::string& title, int index) {
+    LOG_INFO("GetDisclaimerTitle called for index: %d", index);
+    std::string found = CTermsJsonParser::GetMenuTitleFromVconf(kTitlesKey, index);
+    if (found.empty()) {
+        return -1;
+    }
+    title = std::move(found);
+    LOG_DEBUG("Title is = %s", title.c_str());
+    return 0;
+}
+
+int CVerantiAPI::GetDisclaimerOsdLanguage(std::string& language) {
+    language = "ko";  // the answer on every set, not a default
+    return 0;
+}
+
 bool CVerantiAPI::SetDisclaimersAgreement(Json::Value& agreements, bool /*unused*/,
                                           std::string productType) {
     LOG_INFO("");
@@ -289,6 +544,43 @@ bool CVerantiAPI::SetAllDisclaimerItemAgreement(int agreed, std::string productT
     return exchange.Succeeds();
 }
 
+bool CVerantiAPI::IsDisclaimerItemExist(const std::string& strItemId, std::string productType) {
+    if (productType != kSet) {
+        IsServiceAvailable();
+        LOG_INFO("IsDisclaimerItemExist called for strItemId: %s", strItemId.c_str());
+
+        CTermsExchange exchange;
+        Json::Value& request = exchange.RequestBody();
+        request["method"] = "get disclaimer by term id";
+        request["data"] = Json::nullValue;
+        request["product_type"] = productType;
+        request["request_item"] = strItemId;
+        return exchange.Succeeds();
+    }
+    try {
+        return IsStored(strItemId);
+    } catch (const std::exception& error) {
+        LOG_SYSTEM("Exception Handled by %s", error.what());
+        return false;
+    }
+}
+
+int CVerantiAPI::GetDisclaimerItemAgreement(const std::string& strItemId, int* pIsAgreed,
+                                            std::string productType) {
+    if (productType != kSet) {
+        IsServiceAvailable();
+        AskForAgreement(strItemId, *pIsAgreed, productType);
+        // No return: what is stored decides for every product, and the service's answer is for the
+        // log.
+    }
+    try {
+        *pIsAgreed = StoredAgreement(strItemId);
+    } catch (const std::exception& error) {
+        LOG_SYSTEM("Exception Handled by %s", error.what());
+    }
+    return 0;
+}
+
 bool CVerantiAPI::CloneData(std::string src, std::string dest, bool toUsb) {
     IsServiceAvailable();
 
@@ -309,4 +601,28 @@ bool CVerantiAPI::CopyCloneDataUSBtoTV(std::string src, std::string dest) {
 bool CVerantiAPI::CopyCloneDataTVtoUSB(std::string src, std::string dest) {
     LOG_INFO("CopyCloneDataTVtoUSB called");
     return CloneData(src, dest, true);
+}
+
+CVerantiAPI::CErrorDescriptor::CErrorDescriptor() : CErrorDescriptor(0, 0) {}
+
+CVerantiAPI::CErrorDescriptor::CErrorDescriptor(int code, int reason)
+    : m_ErrorCode(code), m_ErrorReason(reason) {}
+
+CVerantiAPI::CErrorDescriptor CVerantiAPI::CErrorDescriptor::FromString(std::string text) {
+    CErrorDescriptor descriptor;
+    Json::Value value;
+    if (!ParseJson(text, value)) {
+        LOG_WARNING("<<WARN: NOT JSON TYPE MESSAGE>>");
+        return descriptor;
+    }
+    descriptor.m_ErrorCode = value["error_code"].asInt();
+    descriptor.m_ErrorReason = value["error_reason"].asInt();
+    return descriptor;
+}
+
+std::string CVerantiAPI::CErrorDescriptor::ToString() const {
+    Json::Value value;
+    value["error_code"] = m_ErrorCode;
+    value["error_reason"] = m_ErrorReason;
+    return CompactJson(value);
 }

@@ -38,6 +38,7 @@ struct Request {
     Lines entry{};         // logged before the availability check
     Lines checked{};       // logged after it
     Lines filled{};        // logged just before sending
+    Lines read{};          // logged while a good answer is read
     std::string result{};  // logged at the end with the outcome behind it, if not empty
 
     Lines Info(const std::string& message) const { return {LogLine("info", function, message)}; }
@@ -45,6 +46,7 @@ struct Request {
     Request& Entry(const std::string& message) { return entry = Info(message), *this; }
     Request& Checked(const std::string& message) { return checked = Info(message), *this; }
     Request& Filled() { return filled = {LogLine("trace", function, "")}, *this; }
+    Request& Read(const Lines& lines) { return read = lines, *this; }
     Request& Result(const std::string& message) { return result = message, *this; }
     Request& Answers(const std::string& good, const std::string& whenGood,
                      const std::string& whenRefused, const std::string& whenEmpty,
@@ -75,6 +77,21 @@ std::string Agreements(CVerantiAPI& api) {
     return Text(result);
 }
 
+std::string Detail(CVerantiAPI& api, bool byId) {
+    STHomeDisclaimerContentItem item;
+    const int result = byId
+                           ? api.GetDisclaimerDetail("i", item, "phone")
+                           : api.GetDisclaimerDetail(item, 3, HOME_DISCLAIMER_REQUESTER_1, "phone");
+    return std::to_string(result) + item.strItemId;
+}
+
+std::string Revised(CVerantiAPI& api) {
+    std::vector<STHomeDisclaimerContentItem*> items;
+    const bool result = api.GetRevisedDisclaimers(items, "phone", "all");
+    EXPECT_TRUE(items.empty());
+    return Text(result);
+}
+
 std::string Check(CVerantiAPI& api) {
     int code = -1;
     int reason = -1;
@@ -92,6 +109,8 @@ std::string ErrorInfo(CVerantiAPI& api) {
 
 std::vector<Request> AllRequests() {
     using Api = CVerantiAPI&;
+    const Lines unnamed = {LogLine("trace", "GetDisclaimerInfo", "id "),
+                           LogLine("trace", "AppendSections", "<<WARN: NOT JSON TYPE MESSAGE>>")};
     return {
         Request{"IsServiceAvailable", R"({"method":"is service available"})",
                 [](Api api) { return Text(api.IsServiceAvailable()); }}
@@ -167,6 +186,44 @@ std::vector<Request> AllRequests() {
             .Entry("GetDisclaimerNum called with requester: 3")
             .Answers(R"({"result":true,"number":12})", "12", "0", "0", "0")
             .Result("GetDisclaimerNum "),
+        Request{"GetDisclaimerDetail",
+                R"({"data":null,"method":"get disclaimer by order","product_type":"phone",)"
+                R"("request_index":3,"requester":1})",
+                [](Api api) { return Detail(api, false); }}
+            .Entry("GetDisclaimerDetail called for index: 3 and requester: 1")
+            .Answers(R"({"result":true})", "0", "-1", "-1", "-1")
+            .Read(unnamed),
+        Request{"GetDisclaimerDetail",
+                R"({"data":null,"method":"get disclaimer by term id","product_type":"phone",)"
+                R"("request_item":"i"})",
+                [](Api api) { return Detail(api, true); }}
+            .Entry("GetDisclaimerDetail called for itemId: i phone")
+            .Answers(R"({"result":true})", "0", "-1", "-1", "-1")
+            .Read(unnamed),
+        Request{"GetRevisedDisclaimers",
+                R"({"data":null,"method":"get revised disclaimers","product_type":"phone",)"
+                R"("terms":"all"})",
+                Revised}
+            .Entry("GetRevisedDisclaimers called"),
+        Request{"IsDisclaimerItemExist",
+                R"({"data":null,"method":"get disclaimer by term id","product_type":"tv",)"
+                R"("request_item":"i"})",
+                [](Api api) { return Text(api.IsDisclaimerItemExist("i", "tv")); }}
+            .Checked("IsDisclaimerItemExist called for strItemId: i"),
+        Request{"SetAllDisclaimerItemAgreement",
+                R"({"is_agreed":false,"method":"set all agreement","product_type":"phone"})",
+                [](Api api) { return Text(api.SetAllDisclaimerItemAgreement(0, "phone")); }}
+            .Entry("Model phone try to set all agreement to false."),
+        Request{"SetRevisedTermAgreement",
+                R"({"is_agreed":false,"method":"set one agreement","product_type":"TV",)"
+                R"("request_item":"t1"})",
+                [](Api api) { return Text(api.SetRevisedTermAgreement("t1", false, "TV")); }}
+            .Entry("SetRevisedTermAgreement called"),
+        Request{"RequestDisclaimerID",
+                R"({"data":null,"method":"request disclaimerid","other_page":false,)"
+                R"("product_type":"TV","request_from":"wizard-terms"})",
+                [](Api api) { return Text(api.RequestDisclaimerID("TV", false)); }}
+            .Entry(""),
         Request{"SetAllDisclaimerItemAgreement",
                 R"({"is_agreed":true,"method":"set all agreement","product_type":"TV"})",
                 [](Api api) { return Text(api.SetAllDisclaimerItemAgreement(5, "TV")); }}
@@ -189,7 +246,7 @@ std::vector<Request> AllRequests() {
     };
 }
 
-enum class Scenario { Answered, Refused, Empty, Misshapen, Unsent, ProxyClosed };
+enum class Scenario { Answered, Refused, Empty, Misshapen, Unsent, ProxyClosed, NotAvailable };
 
 class RequestTest : public testing::TestWithParam<std::tuple<Request, Scenario>> {
   protected:
@@ -197,11 +254,14 @@ class RequestTest : public testing::TestWithParam<std::tuple<Request, Scenario>>
     const Scenario m_Scenario = std::get<Scenario>(GetParam());
     const bool m_Open = m_Scenario != Scenario::ProxyClosed;
 
-    /// Plays the service in the scenario. The availability check that other requests make always
-    /// goes well; the answer to it is none of theirs.
+    const bool m_IsCheck = m_Request.function == "IsServiceAvailable";
+    const bool m_Available = m_Scenario != Scenario::NotAvailable;
+
+    /// Plays the service in the scenario. What the availability check that other requests make is
+    /// answered with, is none of theirs.
     bool Serve(const Json::Value& sent, Json::Value& reply) const {
         if (Corvane::Wire::ToText(sent) != m_Request.json) {
-            reply["result"] = true;
+            reply["result"] = m_Available;
             return true;
         }
         if (m_Scenario == Scenario::Misshapen) {
@@ -238,21 +298,21 @@ class RequestTest : public testing::TestWithParam<std::tuple<Request, Scenario>>
     }
 
     Lines ExpectedAvailabilityCheck() const {
-        if (m_Request.function == "IsServiceAvailable") {
+        if (m_IsCheck) {
             return {};
         }
-        const auto info = [](const char* message) {
+        const auto info = [](const std::string& message) {
             return Lines{LogLine("info", "IsServiceAvailable", message)};
         };
         return info("IsServiceAvailable") +
                ExpectedExchange({}, R"({"method":"is service available"})",
-                                info("IsServiceAvailable result : true"));
+                                info("IsServiceAvailable result : " + Text(m_Available)));
     }
 };
 
 TEST_P(RequestTest, SendsReadsLogsAndCloses) {
     PlatformDouble& platform = ThePlatform();
-    platform.journal.clear();
+    platform.Reset();
     platform.proxyOpens = m_Open;
     platform.service = [this](const Json::Value& sent, Json::Value& reply) {
         return Serve(sent, reply);
@@ -267,12 +327,14 @@ TEST_P(RequestTest, SendsReadsLogsAndCloses) {
     }
 
     EXPECT_EQ(outcome, ExpectedOutcome());
-    const bool logsResult = !m_Request.result.empty() && m_Scenario != Scenario::Misshapen;
-    EXPECT_EQ(
-        platform.journal,
-        m_Request.entry + ExpectedAvailabilityCheck() + m_Request.checked +
-            ExpectedExchange(m_Request.filled, m_Request.json,
-                             logsResult ? m_Request.Info(m_Request.result + outcome) : Lines{}));
+    Lines read;
+    if (m_Scenario != Scenario::Misshapen && !m_Request.result.empty()) {
+        read = m_Request.Info(m_Request.result + outcome);
+    } else if (outcome == m_Request.answered) {
+        read = m_Request.read;
+    }
+    EXPECT_EQ(platform.journal, m_Request.entry + ExpectedAvailabilityCheck() + m_Request.checked +
+                                    ExpectedExchange(m_Request.filled, m_Request.json, read));
 }
 
 INSTANTIATE_TEST_SUITE_P(AllRequests, RequestTest,

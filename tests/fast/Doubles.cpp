@@ -2,11 +2,12 @@
 
 #include <TCServer.h>
 #include <dlog.h>
+#include <vconf.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <map>
 
 #include "Wire.h"
 
@@ -21,8 +22,11 @@ void Note(const std::string& line) {
 /// Buffer, priority and colour in one word, as the client pairs them; anything else is shown as it
 /// is and matches no expectation.
 std::string Look(int logId, int priority, const std::string& colour) {
-    static const std::map<std::string, std::string> known = {
-        {"0 3 \033[37m", "trace"}, {"0 4 \033[32m", "info"}, {"0 5 \033[31m", "warning"}};
+    static const std::map<std::string, std::string> known = {{"0 3 \033[37m", "trace"},
+                                                             {"0 4 \033[32m", "info"},
+                                                             {"0 5 \033[31m", "warning"},
+                                                             {"0 5 \033[33m", "notice"},
+                                                             {"2 6 \033[31m", "system"}};
     const std::string raw = std::to_string(logId) + ' ' + std::to_string(priority) + ' ' + colour;
     const auto found = known.find(raw);
     return found != known.end() ? found->second : raw;
@@ -38,6 +42,46 @@ PlatformDouble& ThePlatform() {
 std::string LogLine(const std::string& look, const std::string& function,
                     const std::string& message) {
     return "log " + look + " VerantiAPI.cpp " + function + ": " + message;
+}
+
+void PlatformDouble::Reset() {
+    *this = PlatformDouble();
+    service = [](const Json::Value&, Json::Value&) { return false; };
+}
+
+Lines PlatformDouble::Logs() const {
+    Lines logs;
+    for (const std::string& line : journal) {
+        if (line.compare(0, 4, "log ") == 0 &&
+            line.find(" IsServiceAvailable: ") == std::string::npos) {
+            logs.push_back(line.substr(4));
+        }
+    }
+    return logs;
+}
+
+long PlatformDouble::Count(const std::string& line) const {
+    return std::count(journal.begin(), journal.end(), line);
+}
+
+void ServeReplies(const std::map<std::string, std::string>& replies) {
+    ThePlatform().service = [replies](const Json::Value& request, Json::Value& reply) {
+        const std::string method =
+            request.get("method", request.get("request_type", "")).asString();
+        const auto found = replies.find(method);
+        if (method == "is service available") {
+            reply["result"] = true;
+            return true;
+        }
+        return found != replies.end() && Corvane::Wire::FromText(found->second, reply);
+    };
+}
+
+char* vconf_get_str(const char* key) {
+    Note(std::string("read ") + key);
+    const auto& store = ThePlatform().store;
+    const auto found = store.find(key);
+    return found != store.end() ? strdup(found->second.c_str()) : nullptr;
 }
 
 int __dlog_print(int log_id, int priority, const char* tag, const char* format, ...) {
@@ -86,6 +130,7 @@ TCServer::TCServer(std::string name, TCServerType type) : m_Name(std::move(name)
 }
 
 TCServer::~TCServer() {
+    static_cast<void>(m_pBus);  // a double has no connection
     Note("destroy server");
 }
 
@@ -98,7 +143,7 @@ bool TCServer::SendMessage(const char* destination, const TCMessage* request, bo
                            TCMessage* reply, int timeLimit) {
     Note("send " + g_messageNames[request] + " to " + destination + " for " +
          g_messageNames[reply] + (synchronous ? " sync " : " async ") + std::to_string(timeLimit) +
-         request->m_Protocol);
+         (request->m_Protocol.empty() ? "" : " ") + request->m_Protocol);
     Note(Wire::ToText(request->m_JsonBody));
     return ThePlatform().service(request->m_JsonBody, reply->m_JsonBody);
 }
