@@ -1,0 +1,18 @@
+#include "Fuzz.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "Doubles.h"
+
+void Require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    ThePlatform().Reset();
+    FuzzText(std::string(data, data + size));
+    return 0;
+}
