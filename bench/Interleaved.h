@@ -2,8 +2,6 @@
 // the machine does meets all of them alike.
 #pragma once
 
-#include <algorithm>
-#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,23 +11,17 @@ struct Contender {
     std::function<void()> run;
     std::vector<double> microseconds{};
 
-    double Median() {
-        const auto middle = microseconds.begin() + static_cast<long>(microseconds.size() / 2);
-        std::nth_element(microseconds.begin(), middle, microseconds.end());
-        return *middle;
-    }
+    double Median() const;
 };
 
-inline void RunInterleaved(std::vector<Contender>& contenders, int rounds) {
-    using Clock = std::chrono::steady_clock;
-    for (int round = 0; round < rounds; ++round) {
-        for (std::size_t turn = 0; turn < contenders.size(); ++turn) {
-            Contender& next =
-                contenders[(turn + static_cast<std::size_t>(round)) % contenders.size()];
-            const Clock::time_point begin = Clock::now();
-            next.run();
-            next.microseconds.push_back(
-                std::chrono::duration<double, std::micro>(Clock::now() - begin).count());
-        }
-    }
-}
+/// Runs a tenth of the rounds to warm everything up, then the rounds, and keeps their times.
+void RunInterleaved(std::vector<Contender>& contenders, int rounds);
+
+/// Prints the median of each, and how the first one's compares with it.
+void PrintRatios(const std::vector<Contender>& contenders);
+
+/// Throws when a contender did not get what it should.
+void Check(bool good, const char* what);
+
+/// A benchmark's main function, its only argument being the number of rounds.
+int RunBench(int argc, char** argv, int rounds, void (*measure)(int rounds));
