@@ -1,37 +1,23 @@
-#include "Requests.h"
-
 #include <json/reader.h>
-#include <json/writer.h>
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
-#include <algorithm>
 #include <iostream>
-#include <iterator>
-#include <memory>
 #include <sstream>
+
+#include "Subcommands.h"
+#include "Text.h"
 
 namespace {
 
-Answer Plain(bool done, const std::string& text, const std::string& refusal) {
-    Answer answer{done, Json::Value(), text, refusal};
-    answer.json["result"] = done;
-    return answer;
-}
-
 /// The members of an object, a line each, the values below each other.
 std::string Aligned(const Json::Value& object) {
-    const std::vector<std::string> names = object.getMemberNames();
-    std::size_t width = 0;
-    for (const std::string& name : names) {
-        width = std::max(width, name.size());
+    std::vector<std::vector<std::string>> rows;
+    for (const std::string& name : object.getMemberNames()) {
+        const Json::Value& value = object[name];
+        rows.push_back({name, Printable(value.isString() ? value.asString() : JsonLine(value))});
     }
-    std::string lines;
-    for (const std::string& name : names) {
-        lines += (lines.empty() ? "" : "\n") + name + std::string(width - name.size() + 2, ' ') +
-                 (object[name].isString() ? object[name].asString() : JsonLine(object[name]));
-    }
-    return lines;
+    return Table(rows);
 }
 
 Answer HeaderAnswer(const Json::Value& header) {
@@ -50,39 +36,6 @@ Answer CheckAnswer(bool done, const Json::Value& found) {
         answer.json[name] = found[name];
     }
     return answer;
-}
-
-/// Registers subcommands and the arguments that they share.
-class Registrar {
-  public:
-    Registrar(CLI::App& app, Action& chosen) : m_app(app), m_chosen(chosen) {}
-
-    /// Adds a subcommand whose action is taken when it is parsed.
-    CLI::App* Add(const std::string& name, const std::string& help, const Action& action) {
-        CLI::App* command = m_app.add_subcommand(name, help);
-        command->callback([&chosen = m_chosen, action] { chosen = action; });
-        return command;
-    }
-
-  private:
-    CLI::App& m_app;
-    Action& m_chosen;
-};
-
-/// A value that an option fills and an action reads; it lives as long as one of them.
-template <typename Value>
-std::shared_ptr<Value> Argument(Value initial = {}) {
-    return std::make_shared<Value>(std::move(initial));
-}
-
-void AddRequired(CLI::App* command, const std::string& name, const std::string& help,
-                 const std::shared_ptr<std::string>& value) {
-    command->add_option(name, *value, help)->required();
-}
-
-void AddProduct(CLI::App* command, const std::shared_ptr<std::string>& product) {
-    command->add_option("--product", *product, "The product type; TV is the set itself")
-        ->capture_default_str();
 }
 
 void AddServiceRequests(Registrar& requests) {
@@ -194,9 +147,7 @@ void AddScreenRequests(Registrar& requests) {
                          answer.json["number"] = number;
                          return answer;
                      });
-    count->add_option("--requester", *requester, "Who asks")
-        ->check(CLI::Range(0, 4))
-        ->capture_default_str();
+    AddRequester(count, requester);
     AddProduct(count, product);
 }
 
@@ -299,15 +250,7 @@ void AddCloneRequests(Registrar& requests) {
 
 }  // namespace
 
-std::string JsonLine(const Json::Value& value) {
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "";
-    writer["emitUTF8"] = true;
-    return Json::writeString(writer, value);
-}
-
-void AddRequests(CLI::App& app, Action& chosen) {
-    Registrar requests(app, chosen);
+void AddRequests(Registrar& requests) {
     AddServiceRequests(requests);
     AddSupplyRequests(requests);
     AddScreenRequests(requests);

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "Requests.h"
+#include "Subcommands.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ std::string BusAddress() {
 
 /// Why a request was not done, and what to do about it.
 std::string Excuse(CVerantiAPI& client, const Answer& answer) {
-    if (client.IsServiceAvailable()) {
+    if (!answer.needsService || client.IsServiceAvailable()) {
         return answer.refusal;
     }
     return "No terms service answers on " + BusAddress() +
@@ -48,7 +48,9 @@ int Run(int argc, char** argv) {
     app.fallthrough();
     app.add_flag("--json", asJson, "Print one line of JSON");
     app.add_flag("--log", showLog, "Show the library's log lines while it runs");
-    AddRequests(app, chosen);
+    Registrar requests(app, chosen);
+    AddDisclaimers(requests);
+    AddRequests(requests);
     try {
         app.parse(argc, argv);
         if (!chosen) {

@@ -78,6 +78,103 @@ TEST_F(SimulatorTest, TheCommandAsksForEverything) {
     EXPECT_EQ(titles.compare(0, 39, R"([{"title":"\uc774\uc6a9 \uc57d\uad00"},)"), 0) << titles;
 }
 
+TEST_F(SimulatorTest, TheCommandShowsDisclaimers) {
+    const Simulator simulator;
+    Expect({
+        {{"list"},
+         0,
+         "ID                    ORDER  TITLE                         STATE\n"
+         "terms_of_use          0      Terms of use                  not agreed\n"
+         "privacy_policy        1      Privacy policy                not agreed\n"
+         "viewing_information   2      Viewing information services  not agreed\n"
+         "voice_recognition     3      Voice recognition             not agreed\n"
+         "personal_advertising  4      Personal advertising          not agreed\n"
+         "newsletter            5      News by e-mail                not agreed\n"
+         "energy_notice         6      Energy and safety notice      notice\n",
+         ""},
+        {{"show", "privacy_policy"},
+         0,
+         "Privacy policy\n(privacy_policy, version 5.0)\n\n"
+         "What the television stores about you, and why. Required.\n\n"
+         "What is stored\n"
+         "  The country, the language and the version of the software, and the agreements\n"
+         "  you give.\n\n"
+         "For how long\n"
+         "  Until you reset the television or withdraw your agreement, whichever comes\n"
+         "  first.\n\n"
+         "[Agree] [Later]\nState: not agreed\n",
+         ""},
+        {{"show", "--index", "3", "--requester", "1"},
+         0,
+         "Voice recognition\n(voice_recognition, version 1.8)\n\n"
+         "Speak to the television. Optional; needs the privacy policy.\n\n"
+         "  When you press the microphone button, what you say is sent to a server that\n"
+         "  turns it into text. Nothing is recorded at other times. You can switch this\n"
+         "  off in the settings whenever you like.\n\n"
+         "[Agree] [Do not agree]\nState: not agreed, depends on privacy_policy\n",
+         ""},
+        {{"show", "nothing"}, 1, "", "\"nothing\""},
+        {{"show", "--index", "7"}, 1, "", "index 7"},
+        {{"show", "--index", "7", "--requester", "3", "--json"},
+         0,
+         R"({"agree_dependency":"","buttons":["Agree","Leave the store"],"details":"[{\"data\":)"
+         R"(\"A purchase is made when you confirm it with your PIN.\",\"title\":\"Purchases\"},)"
+         R"({\"data\":\"An application that does not start is refunded within seven days.\",)"
+         R"(\"title\":\"Refunds\"}]","id":"store_application","intro":"The rules of the store. )"
+         R"(Shown when you open it for the first time.","is_agreed":false,"only_notice":false,)"
+         R"("order":7,"ppused":false,"reverse":false,"sections":[{"data":"A purchase is made when )"
+         R"(you confirm it with your PIN.","title":"Purchases"},{"data":"An application that does )"
+         R"(not start is refunded within seven days.","title":"Refunds"}],)"
+         R"("title":"Application store","version":"4.2"})"
+         "\n",
+         ""},
+        {{"exists", "newsletter"}, 0, "newsletter exists.\n", ""},
+        {{"exists", "newsletter", "--product", "phone"}, 0, "newsletter exists.\n", ""},
+        {{"exists", "nothing", "--json"}, 1, "{\"result\":false}\n", "\"nothing\""},
+        {{"agreed", "newsletter"}, 1, "", "veranti agree newsletter"},
+        {{"agree", "newsletter"}, 0, "Agreed to newsletter.\n", ""},
+        {{"agreed", "newsletter", "--product", "phone"}, 0, "newsletter is agreed to.\n", ""},
+        {{"country", "KR"}, 0, "The country is set to KR.\n", ""},
+        {{"revised"},
+         0,
+         "ID                   TITLE              STATE\n"
+         "privacy_policy       개인정보 처리방침  not agreed\n"
+         "viewing_information  시청 정보 서비스   not agreed\n",
+         ""},
+        {{"revised", "--terms", "newsletter"}, 0, "No terms were revised.\n", ""},
+        {{"show", "terms_of_use"},
+         0,
+         "이용 약관\n(terms_of_use, version 3.1)\n\n"
+         "이 텔레비전과 서비스를 이용하기 위한 규칙입니다. 필수 항목입니다.\n\n"
+         "1. 계약\n  본 약관은 동의하신 때부터 귀하와 서비스 제공자 사이에 적용됩니다.\n\n"
+         "2. 이용\n"
+         "  서비스는 가정 내 이용을 위한 것입니다. 재판매하거나 분해하거나 타인을 방해하는\n"
+         "  데 이용할 수 없습니다.\n\n"
+         "3. 변경\n  약관이 중요하게 변경되면 적용하기 전에 다시 동의를 구합니다.\n\n"
+         "[동의] [나중에] [소리 내어 읽기]\nState: not agreed\n",
+         ""},
+        {{"title", "2"}, 0, "시청 정보 서비스\n", ""},
+        {{"title", "99"}, 1, "", "index 99"},
+        {{"language", "--json"}, 0, "{\"language\":\"ko\",\"result\":true}\n", ""},
+    });
+}
+
+TEST_F(SimulatorTest, WhatTheServiceSaysCannotHarmTheTerminal) {
+    const TemporaryFolder folder;
+    const Simulator simulator(
+        {"--catalogue",
+         folder.Write("catalogue.json",
+                      R"({"languages":{"en":{"title":"T","description":"D"}},)"
+                      R"("default_language":"en","countries":{"US":"en"},"terms":[)"
+                      R"({"id":"a","texts":{"en":{"title":"\u001b[2Jx\u0007","intro":")" +
+                          std::string(100, 'y') + R"("}}}]})")});
+    Expect({{{"show", "a"},
+             0,
+             "\ufffd[2Jx\ufffd\n(a, version 1.0)\n\n" + std::string(80, 'y') + '\n' +
+                 std::string(20, 'y') + "\n\nState: not agreed\n",
+             ""}});
+}
+
 TEST_F(SimulatorTest, AgreementsReachTheStoreAllOrNone) {
     const auto agreed = [this](const char* id) {
         const std::string cache = ReadFile(m_store.Path() + kAgreements);
@@ -116,6 +213,9 @@ TEST_F(SimulatorTest, WrongUsageExitsWithTwo) {
         {{"bogus"}, 2, "", "bogus"},
         {{"country"}, 2, "", "CODE is required"},
         {{"count", "--requester", "7"}, 2, "", "7 not in range 0 to 4"},
+        {{"show"}, 2, "", "ID"},
+        {{"show", "a", "--index", "1"}, 2, "", "--index"},
+        {{"title", "x"}, 2, "", "x"},
         {{"agree"}, 2, "", "ID"},
         {{"agree", "x", "--all"}, 2, "", "--all"},
         {{"set-agreements", "3"}, 2, "", "JSON object"},
@@ -127,6 +227,10 @@ TEST_F(SimulatorTest, WithoutAServiceOrABusTheCommandSaysWhatToDo) {
     const char* advice = "start veranti-simulator there";
     Expect({{{"status"}, 1, "", advice},
             {{"count", "--json"}, 1, "{\"number\":0,\"result\":false}\n", advice},
+            {{"list"}, 1, "", advice},
+            {{"show", "a"}, 1, "", advice},
+            {{"exists", "a", "--product", "phone"}, 1, "", advice},
+            {{"exists", "a"}, 1, "", "There is no term"},
             {{"header"}, 1, "", advice}});
     m_bus.Stop();
     Expect({{{"country", "KR"}, 1, "", advice}});

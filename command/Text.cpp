@@ -1,0 +1,130 @@
+#include "Text.h"
+
+#include <glib.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <sstream>
+
+namespace {
+
+std::size_t Columns(gunichar character) {
+    if (g_unichar_iszerowidth(character) != FALSE) {
+        return 0;
+    }
+    return g_unichar_iswide(character) != FALSE ? 2 : 1;
+}
+
+std::string Next(const char* text) {
+    return {text, static_cast<std::size_t>(g_utf8_next_char(text) - text)};
+}
+
+/// Lines that are filled word by word.
+class Paragraph {
+  public:
+    Paragraph(std::size_t columns, std::size_t indent)
+        : m_columns(std::max<std::size_t>(columns, indent + 2) - indent), m_indent(indent, ' ') {}
+
+    void AddWord(const std::string& word) {
+        const std::size_t width = Width(word);
+        if (m_used > 0 && m_used + 1 + width > m_columns) {
+            EndLine();
+        }
+        if (m_used > 0) {
+            Append(" ", 1);
+        }
+        if (width <= m_columns) {
+            Append(word, width);
+            return;
+        }
+        for (const char* at = word.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
+            const std::size_t wide = Columns(g_utf8_get_char(at));
+            if (m_used + wide > m_columns) {
+                EndLine();
+            }
+            Append(Next(at), wide);
+        }
+    }
+
+    void EndLine() {
+        m_lines += (m_used > 0 ? m_indent + m_line : "") + '\n';
+        m_line.clear();
+        m_used = 0;
+    }
+
+    const std::string& Lines() const { return m_lines; }
+
+  private:
+    void Append(const std::string& text, std::size_t width) {
+        m_line += text;
+        m_used += width;
+    }
+
+    std::size_t m_columns;
+    std::string m_indent;
+    std::string m_lines;
+    std::string m_line;
+    std::size_t m_used = 0;
+};
+
+}  // namespace
+
+std::string Printable(const std::string& text) {
+    const std::unique_ptr<char, decltype(&g_free)> valid(
+        g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())), &g_free);
+    std::string printable;
+    for (const char* at = valid.get(); *at != '\0'; at = g_utf8_next_char(at)) {
+        const gunichar character = g_utf8_get_char(at);
+        const bool control = character != '\n' && g_unichar_iscntrl(character) != FALSE;
+        printable += control ? "\xef\xbf\xbd" : Next(at);
+    }
+    return printable;
+}
+
+std::size_t Width(const std::string& text) {
+    std::size_t width = 0;
+    for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
+        width += Columns(g_utf8_get_char(at));
+    }
+    return width;
+}
+
+std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent) {
+    Paragraph paragraph(columns, indent);
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        for (std::string word; words >> word;) {
+            paragraph.AddWord(word);
+        }
+        paragraph.EndLine();
+    }
+    return paragraph.Lines();
+}
+
+std::string Table(const std::vector<std::vector<std::string>>& rows) {
+    std::vector<std::size_t> widths;
+    for (const auto& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], Width(row[i]));
+        }
+    }
+    std::string table;
+    for (const auto& row : rows) {
+        table += table.empty() ? "" : "\n";
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const bool last = i + 1 == row.size();
+            table += row[i] + (last ? "" : std::string(widths[i] - Width(row[i]) + 2, ' '));
+        }
+    }
+    return table;
+}
+
+std::size_t TerminalWidth() {
+    winsize size{};
+    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : 80;
+}

@@ -1,0 +1,23 @@
+/// @file
+/// Texts on a terminal. Widths are in columns: a wide character, such as a Korean one, takes two.
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// A text that is safe to print: valid UTF-8, without control characters but line feeds.
+std::string Printable(const std::string& text);
+
+/// The columns that a printable text takes.
+std::size_t Width(const std::string& text);
+
+/// Breaks a printable text between words into lines of at most so many columns, each with an indent
+/// in front; a word that is longer than a line is broken where the line ends. Its own line feeds
+/// are kept. Every line ends with a line feed.
+std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent = 0);
+
+/// Rows of printable cells, the columns below each other, without a final line feed.
+std::string Table(const std::vector<std::vector<std::string>>& rows);
+
+/// The columns of the terminal on standard output; 80 where there is none.
+std::size_t TerminalWidth();
