@@ -8,16 +8,18 @@
 namespace {
 
 using Item = STHomeDisclaimerContentItem;
-using Items = std::vector<std::unique_ptr<Item>>;
-
-/// Takes over the records of a list that the client hands out.
-Items Own(const std::vector<Item*>& handedOut) {
-    Items items;
-    for (Item* item : handedOut) {
-        items.emplace_back(item);
+/// Owns the records of a list that the client hands out, also when it does not get to the end.
+struct Items {
+    Items() = default;
+    Items(const Items&) = delete;
+    Items& operator=(const Items&) = delete;
+    ~Items() {
+        for (const Item* item : list) {
+            delete item;
+        }
     }
-    return items;
-}
+    std::vector<Item*> list;
+};
 
 /// The labels of an item's buttons, up to the last that has one.
 std::vector<std::string> Buttons(const Item& item) {
@@ -79,8 +81,9 @@ std::string ToPage(const Item& item) {
     for (std::size_t i = 0; i + 1 < item.vecDetailData.size(); i += 2) {
         page += '\n' + wrap(item.vecDetailData[i], 0) + wrap(item.vecDetailData[i + 1], kIndent);
     }
-    const bool prose = item.vecDetailData.empty() && item.strDetails.compare(0, 1, "[") != 0;
-    if (prose && !item.strDetails.empty()) {
+    Json::Value sections;
+    const bool isProse = !ParseJson(item.strDetails, sections) || !sections.isArray();
+    if (isProse && !item.strDetails.empty()) {
         page += '\n' + wrap(item.strDetails, kIndent);
     }
     std::string buttons;
@@ -99,28 +102,28 @@ using Row = std::vector<std::string>;
 
 /// A table of disclaimers, a row each, with an array of them for scripts.
 Answer ListAnswer(bool done, const Items& items, const Row& heading, Row (*row)(const Item&),
-                  const std::string& none) {
-    Answer answer = Plain(done, none, "The terms service did not give a list: try again later.");
+                  const std::string& refusal) {
+    Answer answer = Plain(done, "", refusal);
     answer.json = Json::arrayValue;
     std::vector<Row> rows = {heading};
-    for (const auto& item : items) {
+    for (const Item* item : items.list) {
         answer.json.append(ToJson(*item));
         rows.push_back(row(*item));
     }
-    if (!items.empty()) {
+    if (!items.list.empty()) {
         answer.text = Table(rows);
     }
     return answer;
 }
 
 Row ListRow(const Item& item) {
-    return {Printable(item.strItemId), std::to_string(item.nOrder), Printable(item.strTitle),
+    return {OneLine(item.strItemId), std::to_string(item.nOrder), OneLine(item.strTitle),
             State(item)};
 }
 
 /// The list of revised disclaimers carries neither their order nor whether they are notices.
 Row RevisedRow(const Item& item) {
-    return {Printable(item.strItemId), Printable(item.strTitle),
+    return {OneLine(item.strItemId), OneLine(item.strTitle),
             item.bIsAgreed ? "agreed" : "not agreed"};
 }
 
@@ -129,15 +132,14 @@ void AddLists(Registrar& requests) {
     const auto product = Argument<std::string>("TV");
     CLI::App* list =
         requests.Add("list", "List the terms that a requester sees", [=](CVerantiAPI& client) {
-            std::vector<Item*> handedOut;
+            Items items;
             client.GetDisclaimerDetails(
-                handedOut, static_cast<EHomeDisclaimerRequester>(*requester), *product);
-            const Items items = Own(handedOut);
-            // No terms is also what a service that is not there gives.
+                items.list, static_cast<EHomeDisclaimerRequester>(*requester), *product);
+            // No terms is also what a refusal gives.
             return ListAnswer(
-                !items.empty() || client.IsServiceAvailable(), items,
-                {"ID", "ORDER", "TITLE", "STATE"}, ListRow,
-                "There are no terms for requester " + std::to_string(*requester) + '.');
+                !items.list.empty(), items, {"ID", "ORDER", "TITLE", "STATE"}, ListRow,
+                "The terms service lists no terms for requester " + std::to_string(*requester) +
+                    ", or refused to: try another requester.");
         });
     AddRequester(list, requester);
     AddProduct(list, product);
@@ -146,10 +148,14 @@ void AddLists(Registrar& requests) {
     const auto revisedProduct = Argument<std::string>("TV");
     CLI::App* revised =
         requests.Add("revised", "List the terms that were revised", [=](CVerantiAPI& client) {
-            std::vector<Item*> handedOut;
-            const bool done = client.GetRevisedDisclaimers(handedOut, *revisedProduct, *terms);
-            return ListAnswer(done, Own(handedOut), {"ID", "TITLE", "STATE"}, RevisedRow,
-                              "No terms were revised.");
+            Items items;
+            const bool done = client.GetRevisedDisclaimers(items.list, *revisedProduct, *terms);
+            Answer answer = ListAnswer(done, items, {"ID", "TITLE", "STATE"}, RevisedRow,
+                                       "The terms service refused to list revised terms.");
+            if (done && items.list.empty()) {
+                answer.text = "No terms were revised.";
+            }
+            return answer;
         });
     revised->add_option("--terms", *terms, "Which terms: all, or ids with commas")
         ->capture_default_str();
@@ -223,7 +229,7 @@ void AddMenu(Registrar& requests) {
         "title", "Show the title of an entry of the terms menu", [index](CVerantiAPI& client) {
             std::string text;
             const int result = client.GetDisclaimerTitle(text, *index);
-            Answer answer = Plain(result == 0, Printable(text),
+            Answer answer = Plain(result == 0, OneLine(text),
                                   "The menu has no title at the index " + std::to_string(*index) +
                                       ": give one from 0 on, below the number of its entries.");
             answer.json["title"] = text;

@@ -1,7 +1,6 @@
-#include <json/reader.h>
-
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <climits>
 #include <iostream>
 #include <sstream>
 
@@ -28,40 +27,44 @@ Answer HeaderAnswer(const Json::Value& header) {
     return answer;
 }
 
-/// What both service checks answer with.
-Answer CheckAnswer(bool done, const Json::Value& found) {
-    Answer answer =
-        Plain(done, Aligned(found), "The terms service reports an error:\n" + Aligned(found));
-    for (const std::string& name : found.getMemberNames()) {
-        answer.json[name] = found[name];
+/// What the service's checks write when a reply came, whatever it says.
+struct Found {
+    int code = INT_MIN;
+    int reason = INT_MIN;
+    std::string message;
+
+    Answer ToAnswer(bool done, bool withMessage) const {
+        if (code == INT_MIN) {
+            return Plain(false, "", "The terms service gave no answer that can be read.");
+        }
+        Json::Value members;
+        members["code"] = code;
+        members["reason"] = reason;
+        if (withMessage) {
+            members["message"] = message;
+        }
+        Answer answer = Plain(done, Aligned(members),
+                              "The terms service reports an error:\n" + Aligned(members));
+        members["result"] = done;
+        answer.json = members;
+        return answer;
     }
-    return answer;
-}
+};
 
 void AddServiceRequests(Registrar& requests) {
     requests.Add("status", "Say whether the terms service is up", [](CVerantiAPI& client) {
         return Plain(client.IsServiceAvailable(), "The terms service is up.",
-                     "The terms service says that it is not ready: try again later.");
+                     "The terms service was not ready a moment ago: try again.");
     });
     requests.Add("check", "Run the service's own check", [](CVerantiAPI& client) {
-        int code = 0;
-        int reason = 0;
-        const bool done = client.DravikCheck(code, reason);
-        Json::Value found;
-        found["code"] = code;
-        found["reason"] = reason;
-        return CheckAnswer(done, found);
+        Found found;
+        const bool done = client.DravikCheck(found.code, found.reason);
+        return found.ToAnswer(done, false);
     });
     requests.Add("last-error", "Show the service's last error", [](CVerantiAPI& client) {
-        int code = 0;
-        int reason = 0;
-        std::string message;
-        const bool done = client.DravikCheck(code, reason, message);
-        Json::Value found;
-        found["code"] = code;
-        found["reason"] = reason;
-        found["message"] = message;
-        return CheckAnswer(done, found);
+        Found found;
+        const bool done = client.DravikCheck(found.code, found.reason, found.message);
+        return found.ToAnswer(done, true);
     });
     requests.Add("reset-nimbra", "Reset the content service", [](CVerantiAPI& client) {
         return Plain(client.RequestResetNimbra(), "The reset was accepted.",
@@ -134,19 +137,20 @@ void AddScreenRequests(Registrar& requests) {
 
     const auto requester = Argument<int>(HOME_DISCLAIMER_REQUESTER_0);
     const auto product = Argument<std::string>("TV");
-    CLI::App* count =
-        requests.Add("count", "Count the terms that a requester sees",
-                     [requester, product](CVerantiAPI& client) {
-                         const auto who = static_cast<EHomeDisclaimerRequester>(*requester);
-                         const int number = client.GetDisclaimerNum(who, *product);
-                         // 0 is also what a service that is not there gives.
-                         Answer answer = Plain(number > 0 || client.IsServiceAvailable(),
-                                               std::to_string(number) + " terms for requester " +
-                                                   std::to_string(*requester) + '.',
-                                               "");
-                         answer.json["number"] = number;
-                         return answer;
-                     });
+    CLI::App* count = requests.Add(
+        "count", "Count the terms that a requester sees",
+        [requester, product](CVerantiAPI& client) {
+            const auto who = static_cast<EHomeDisclaimerRequester>(*requester);
+            const int number = client.GetDisclaimerNum(who, *product);
+            // 0 is also what a refusal gives.
+            Answer answer = Plain(
+                number > 0,
+                std::to_string(number) + " terms for requester " + std::to_string(*requester) + '.',
+                "The terms service counts no terms for requester " + std::to_string(*requester) +
+                    ", or refused to count: try another requester.");
+            answer.json["number"] = number;
+            return answer;
+        });
     AddRequester(count, requester);
     AddProduct(count, product);
 }
@@ -179,15 +183,14 @@ void AddAgreement(Registrar& requests, const std::string& name, bool agreed) {
 }
 
 /// Reads a JSON object from the text, or from standard input when the text is "-".
-Json::Value ReadObject(const std::string& text) {
-    std::istringstream given(text);
-    Json::Value object;
-    try {
-        (text == "-" ? std::cin : given) >> object;
-    } catch (const Json::Exception&) {
-        object = Json::nullValue;
+Json::Value ReadObject(std::string text) {
+    if (text == "-") {
+        std::ostringstream given;
+        given << std::cin.rdbuf();
+        text = given.str();
     }
-    if (!object.isObject()) {
+    Json::Value object;
+    if (!ParseJson(text, object) || !object.isObject()) {
         throw CLI::ValidationError("AGREEMENTS",
                                    "must be a JSON object such as {\"some_id\":\"true\"}");
     }

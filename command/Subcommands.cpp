@@ -1,9 +1,12 @@
 #include "Subcommands.h"
 
+#include <json/reader.h>
 #include <json/writer.h>
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+
+#include "Text.h"
 
 Answer Plain(bool done, const std::string& text, const std::string& refusal) {
     Answer answer;
@@ -18,7 +21,18 @@ std::string JsonLine(const Json::Value& value) {
     Json::StreamWriterBuilder writer;
     writer["indentation"] = "";
     writer["emitUTF8"] = true;
-    return Json::writeString(writer, value);
+    return ValidUtf8(Json::writeString(writer, value));
+}
+
+bool ParseJson(const std::string& text, Json::Value& value) {
+    Json::CharReaderBuilder builder;
+    builder["failIfExtra"] = true;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    try {
+        return reader->parse(text.data(), text.data() + text.size(), &value, nullptr);
+    } catch (const Json::Exception&) {  // nested too deeply
+        return false;
+    }
 }
 
 CLI::App* Registrar::Add(const std::string& name, const std::string& help, const Action& action) {

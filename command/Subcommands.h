@@ -28,8 +28,12 @@ using Action = std::function<Answer(CVerantiAPI& client)>;
 /// The answer to a request that says yes or no; its JSON is {"result": done}.
 Answer Plain(bool done, const std::string& text, const std::string& refusal);
 
-/// JSON on one line, with every letter as it is.
+/// JSON on one line, in valid UTF-8 with every letter as it is.
 std::string JsonLine(const Json::Value& value);
+
+/// Reads JSON text.
+/// @return false when the text is not one JSON value and nothing else.
+bool ParseJson(const std::string& text, Json::Value& value);
 
 /// Adds subcommands to the application.
 class Registrar {

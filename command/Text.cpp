@@ -71,16 +71,32 @@ class Paragraph {
 
 }  // namespace
 
-std::string Printable(const std::string& text) {
+std::string ValidUtf8(const std::string& text) {
     const std::unique_ptr<char, decltype(&g_free)> valid(
         g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())), &g_free);
+    return valid.get();
+}
+
+std::string Printable(const std::string& text) {
+    const std::string valid = ValidUtf8(text);
     std::string printable;
-    for (const char* at = valid.get(); *at != '\0'; at = g_utf8_next_char(at)) {
+    for (const char* at = valid.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
         const gunichar character = g_utf8_get_char(at);
-        const bool control = character != '\n' && g_unichar_iscntrl(character) != FALSE;
-        printable += control ? "\xef\xbf\xbd" : Next(at);
+        if (character == '\t') {
+            printable += ' ';
+        } else if (character == '\n' || g_unichar_iscntrl(character) == FALSE) {
+            printable += Next(at);
+        } else if (character != '\r') {
+            printable += "\xef\xbf\xbd";
+        }
     }
     return printable;
+}
+
+std::string OneLine(const std::string& text) {
+    std::string line = Printable(text);
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return line;
 }
 
 std::size_t Width(const std::string& text) {

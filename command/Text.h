@@ -5,8 +5,15 @@
 #include <string>
 #include <vector>
 
-/// A text that is safe to print: valid UTF-8, without control characters but line feeds.
+/// A text with what is not UTF-8 in it replaced.
+std::string ValidUtf8(const std::string& text);
+
+/// A text that is safe to print: valid UTF-8, tabs as blanks, and no control characters but line
+/// feeds.
 std::string Printable(const std::string& text);
+
+/// A printable text on one line.
+std::string OneLine(const std::string& text);
 
 /// The columns that a printable text takes.
 std::size_t Width(const std::string& text);

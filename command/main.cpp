@@ -15,14 +15,15 @@ std::string BusAddress() {
     return address != nullptr ? std::string("the bus at ") + address : "the machine's system bus";
 }
 
-/// Why a request was not done, and what to do about it.
+/// Why a request was not done, and what to do about it. A service that is not there and one that
+/// says that it is not ready look the same to the client.
 std::string Excuse(CVerantiAPI& client, const Answer& answer) {
     if (!answer.needsService || client.IsServiceAvailable()) {
         return answer.refusal;
     }
-    return "No terms service answers on " + BusAddress() +
-           ": start veranti-simulator there, or set DBUS_SYSTEM_BUS_ADDRESS to the address of a "
-           "bus that has one.";
+    return "No terms service is ready on " + BusAddress() +
+           ": start one there, such as veranti-simulator, wait until it is ready, or set "
+           "DBUS_SYSTEM_BUS_ADDRESS to the address of a bus that has one.";
 }
 
 int Report(CVerantiAPI& client, const Answer& answer, bool asJson) {
@@ -31,10 +32,28 @@ int Report(CVerantiAPI& client, const Answer& answer, bool asJson) {
     } else if (answer.done) {
         std::cout << answer.text << std::endl;
     }
+    if (!std::cout) {
+        std::cerr << "Cannot write the answer: make room where the output goes." << std::endl;
+        return kRefused;
+    }
     if (!answer.done) {
         std::cerr << Excuse(client, answer) << std::endl;
     }
     return answer.done ? EXIT_SUCCESS : kRefused;
+}
+
+/// Sends the request. What the client cannot read of the reply is a refusal like any other.
+Answer Ask(CVerantiAPI& client, const Action& action) {
+    try {
+        return action(client);
+    } catch (const Json::Exception& error) {
+        Answer answer =
+            Plain(false, "",
+                  std::string("The terms service's answer cannot be read (") + error.what() +
+                      "): make sure that it is a terms service that has the name.");
+        answer.needsService = false;
+        return answer;
+    }
 }
 
 int Run(int argc, char** argv) {
@@ -46,6 +65,7 @@ int Run(int argc, char** argv) {
     bool showLog = false;
     Action chosen;
     app.fallthrough();
+    app.require_subcommand(0, 1);
     app.add_flag("--json", asJson, "Print one line of JSON");
     app.add_flag("--log", showLog, "Show the library's log lines while it runs");
     Registrar requests(app, chosen);
@@ -60,7 +80,7 @@ int Run(int argc, char** argv) {
             setenv("VERANTI_LOG", "stderr", 1);
         }
         CVerantiAPI& client = *CVerantiAPI::GetInstance();
-        const int status = Report(client, chosen(client), asJson);
+        const int status = Report(client, Ask(client, chosen), asJson);
         CVerantiAPI::Destroy();
         return status;
     } catch (const CLI::ParseError& error) {
@@ -74,8 +94,7 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "The terms service's answer cannot be read (" << error.what()
-                  << "): make sure that it is a terms service that has the name." << std::endl;
+        std::cerr << "veranti: " << error.what() << std::endl;
         return kRefused;
     }
 }

@@ -2,18 +2,18 @@
 /// The class interface of the terms-and-conditions client.
 ///
 /// A caller takes the one instance from CVerantiAPI::GetInstance() and calls its methods from any
-/// thread. Every method is synchronous: it opens a connection of its own to the system message
-/// bus, sends one JSON request to the terms service ("com.velmora.tv.termsclient"), waits for the
-/// reply without a time limit and closes the connection before it returns.
+/// thread. Every request has its own connection to the system message bus: it is one JSON object to
+/// the terms service ("com.velmora.tv.termsclient"), and the call returns with the answer, however
+/// long the service takes.
 ///
 /// Unless a method says otherwise:
 /// - it first calls IsServiceAvailable(), ignores the answer and goes on, so that each request
 ///   leaves the service's state in the log at the price of one more exchange;
-/// - it returns true only when a reply came and its member "result" is true; a request that could
-///   not be delivered and a refusal of the service are not told apart;
+/// - it returns true only when a reply came and its member "result" is true; false may mean that
+///   the request never arrived as well as that the service refused;
 /// - it writes its lines to the main log buffer with the tag "Veranti" at info priority;
-/// - nothing is caught: a reply member of a kind that cannot be converted raises Json::Exception,
-///   which passes to the caller after the connection has been closed;
+/// - nothing is caught: a reply that is shaped otherwise, such as a text in the place of a number,
+///   raises Json::Exception, and the connection is closed when it reaches the caller;
 /// - texts are UTF-8 and are copied; nothing that is passed in has to outlive the call.
 #pragma once
 
@@ -79,7 +79,8 @@ class VERANTI_API CVerantiAPI {
         /// Reads a descriptor from JSON text.
         /// @return what the text holds, a missing member as 0; code 0 and reason 0 for a text that
         ///   is not JSON, with the warning "<<WARN: NOT JSON TYPE MESSAGE>>" in the log.
-        /// @throws Json::Exception for JSON that is no object or whose members are no integers.
+        /// @throws Json::Exception for JSON other than an object or null, and for a member that
+        ///   cannot be converted to an int.
         static CErrorDescriptor FromString(std::string text);
 
         /// The compact JSON text.
@@ -216,8 +217,8 @@ class VERANTI_API CVerantiAPI {
     /// Fetches all disclaimers of a requester: their number, then each by its position.
     /// @param[in,out] vecItems emptied without destroying what it points to, then filled with new
     ///   records that the caller owns and destroys with delete, in the order of their positions;
-    ///   left as it is when the number is 0. Disclaimers whose request fails are left out. When an
-    ///   exception passes, the records so far are in.
+    ///   left as it is when the number is less than 1. Disclaimers whose request fails are left
+    ///   out. When an exception passes, the records so far are in.
     /// @param requester whose list.
     /// @param strProductType of the requests for the disclaimers. Their number is always asked for
     ///   "TV".
@@ -242,11 +243,13 @@ class VERANTI_API CVerantiAPI {
 
     /// Reads the title of an entry of the terms menu from the configuration store, key
     /// "db/veranti/terms_title". Makes no request.
-    /// @param[out] title the "title" of the stored array's element; untouched when there is none.
+    /// @param[out] title the "title" of the stored array's element; untouched when the result is
+    /// -1.
     /// @param index the position in the array, from 0.
     /// @return 0, or -1 when there is no such title or it is empty. Json exceptions are caught.
-    /// Logs "GetDisclaimerTitle called for index: N", then at debug priority the array's size and
-    /// the title, or a warning that says why there is none.
+    /// Logs "GetDisclaimerTitle called for index: N", then at debug priority the stored value's
+    /// size and the title found, which may be empty, or a warning that says why nothing could be
+    /// read.
     int GetDisclaimerTitle(std::string& title, int index);
 
     /// Gives the language of the terms' screens. Makes no request and logs nothing.
@@ -293,23 +296,27 @@ class VERANTI_API CVerantiAPI {
     /// @param strItemId the id; sent as "request_item".
     /// @param productType sent as "product_type".
     /// @return true when the stored member is there and neither null nor an empty array or object,
-    ///   or the reply's "result". A store that cannot be read is logged and gives false.
+    ///   or the reply's "result". A store that cannot be read gives false; an exception on the way
+    ///   is caught for the set, but not while the service is asked.
     /// Logs the warning "requested ID I", what is stored, and the warning "I  exist" or the reason
-    /// why not; for other products "IsDisclaimerItemExist called for strItemId: I".
+    /// why not, an exception as "Exception Handled by E" to the system buffer at error priority;
+    /// for other products "IsDisclaimerItemExist called for strItemId: I".
     bool IsDisclaimerItemExist(const std::string& strItemId, std::string productType);
 
     /// Tells whether the user has agreed to a disclaimer, from the agreements in the configuration
     /// store (as IsDisclaimerItemExist()). For a product type other than "TV" the service is asked
     /// first (protocol "common_protocol", "request_type" "get disclaimer agreement"); its answer
-    /// reaches the log, and the stored agreement still decides.
+    /// reaches the log, and what is stored replaces it.
     /// @param strItemId the id; sent as "request_item".
     /// @param[out] pIsAgreed 1 when the stored member is the text "true", else 0. Set it to 0
-    ///   before: it is untouched when the stored text is not an object (an exception is logged).
+    ///   before: when looking the id up raises an exception (the stored JSON is neither an object
+    ///   nor null, or is nested too deeply) what is stored writes nothing, and the caller's value
+    ///   or, for other products, the service's answer stays.
     /// @param productType sent as "product_type".
     /// @return always 0.
     /// Logs the warning "requested ID I", what is stored, and "agreement T." or the reason why
     /// there is none; for other products "get value : N" and, when the service does not know the
-    /// id, the warning "disclaimer I is not exist!".
+    /// id, the warning "disclaimer I is not exist!". An exception is logged as above.
     int GetDisclaimerItemAgreement(const std::string& strItemId, int* pIsAgreed,
                                    std::string productType);
 

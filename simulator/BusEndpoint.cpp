@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 
 namespace {
 
@@ -44,9 +45,12 @@ struct DelayedReply {
     std::string text;
 };
 
-int SendDelayed(sd_event_source* /*source*/, std::uint64_t /*now*/, void* userdata) {
+int SendDelayed(sd_event_source* timer, std::uint64_t /*now*/, void* userdata) {
     const auto* const reply = static_cast<const DelayedReply*>(userdata);
-    return sd_bus_reply_method_return(reply->call.get(), Wire::kReplyTypes, reply->text.c_str());
+    const int r =
+        sd_bus_reply_method_return(reply->call.get(), Wire::kReplyTypes, reply->text.c_str());
+    sd_event_source_set_floating(timer, 0);  // ends the timer, and the reply with it
+    return r;
 }
 
 int ReplyLater(sd_event* loop, sd_bus_message* call, const Response& response) {
@@ -97,8 +101,9 @@ BusEndpoint::BusEndpoint(sd_event* loop, const std::string& name, Handler handle
 int BusEndpoint::OnCall(sd_bus_message* call, void* userdata, sd_bus_error* /*error*/) {
     try {
         return static_cast<const BusEndpoint*>(userdata)->Answer(call);
-    } catch (const std::exception&) {
-        return -ENOMEM;  // the caller gets an error; the service goes on
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << std::endl;
+        return -EIO;  // the caller gets an error; the service goes on
     }
 }
 

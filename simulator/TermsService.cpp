@@ -15,6 +15,12 @@ Json::Value Result(bool result) {
     return reply;
 }
 
+/// The reply to a request for one term: the term's members beside the result.
+Json::Value WithResult(Json::Value term) {
+    term["result"] = true;
+    return term;
+}
+
 std::string Text(const Json::Value& request, const char* member) {
     const Json::Value& value = request[member];
     if (!value.isString()) {
@@ -67,9 +73,9 @@ bool Selects(const std::string& selector, const std::string& id) {
 
 }  // namespace
 
-TermsService::TermsService(std::string cataloguePath)
+TermsService::TermsService(Catalogue catalogue, std::string cataloguePath)
     : m_cataloguePath(std::move(cataloguePath)),
-      m_catalogue(ReadCatalogue(m_cataloguePath)),
+      m_catalogue(std::move(catalogue)),
       m_state(LoadState()) {
     SaveState(m_state, m_catalogue);
 }
@@ -170,10 +176,7 @@ Json::Value TermsService::SetCountry(const Json::Value& request) {
 }
 
 Json::Value TermsService::Update(const Json::Value& /*request*/) {
-    Catalogue fresh = ReadCatalogue(m_cataloguePath);
-    SaveState(m_state, fresh);
-    m_catalogue = std::move(fresh);
-    return Result(true);
+    return Adopt(m_state, ReadCatalogue(m_cataloguePath));
 }
 
 /// Only says yes: a simulated service has no business in the caller's folders.
@@ -193,11 +196,11 @@ Json::Value TermsService::GetByOrder(const Json::Value& request) {
     if (!index.isUInt() || index.asUInt() >= visible.size()) {
         throw Refusal();
     }
-    return Describe(*visible[index.asUInt()], Text(request, "product_type"));
+    return WithResult(Describe(*visible[index.asUInt()], Text(request, "product_type")));
 }
 
 Json::Value TermsService::GetById(const Json::Value& request) {
-    return Describe(Wanted(request), Text(request, "product_type"));
+    return WithResult(Describe(Wanted(request), Text(request, "product_type")));
 }
 
 Json::Value TermsService::GetRevised(const Json::Value& request) {
@@ -262,13 +265,18 @@ Json::Value TermsService::SetAllAgreements(const Json::Value& request) {
 Json::Value TermsService::Change(const std::function<void(TermsState&)>& change) {
     TermsState changed = m_state;
     change(changed);
+    return Adopt(std::move(changed), m_catalogue);
+}
+
+Json::Value TermsService::Adopt(TermsState state, Catalogue catalogue) {
     try {
-        SaveState(changed, m_catalogue);
+        SaveState(state, catalogue);
     } catch (const StateError&) {
         SaveState(m_state, m_catalogue);  // whatever was already written goes back
         throw;
     }
-    m_state = std::move(changed);
+    m_state = std::move(state);
+    m_catalogue = std::move(catalogue);
     return Result(true);
 }
 
@@ -295,7 +303,7 @@ const Term& TermsService::Wanted(const Json::Value& request) const {
 
 Json::Value TermsService::Describe(const Term& term, const std::string& product) const {
     const TermTexts& texts = term.texts.at(m_catalogue.LanguageOf(m_state.country));
-    Json::Value reply = Result(true);
+    Json::Value reply;
     reply["id"] = term.id;
     reply["order"] = static_cast<int>(&term - m_catalogue.terms.data());
     reply["version"] = term.version;

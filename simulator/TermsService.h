@@ -13,10 +13,12 @@
 
 class TermsService {
   public:
-    /// @param cataloguePath the catalogue's file; empty for the built-in one. Read now, and again
-    ///   whenever an update of the terms is requested.
-    /// @throws CatalogueError, StateError
-    explicit TermsService(std::string cataloguePath);
+    /// Takes over what an earlier run remembered and brings the store up to date.
+    /// @param catalogue what to serve.
+    /// @param cataloguePath where it came from; it is read again whenever an update of the terms is
+    ///   requested.
+    /// @throws StateError
+    TermsService(Catalogue catalogue, std::string cataloguePath);
 
     /// The names of all requests.
     static std::vector<std::string> Methods();
@@ -51,8 +53,10 @@ class TermsService {
     Json::Value SetOneAgreement(const Json::Value& request);
     Json::Value SetAllAgreements(const Json::Value& request);
 
-    /// Makes a change and stores it; on failure nothing has changed.
+    /// Makes a change of the state and stores it.
     Json::Value Change(const std::function<void(TermsState&)>& change);
+    /// Stores and adopts a state and a catalogue; on failure nothing has changed.
+    Json::Value Adopt(TermsState state, Catalogue catalogue);
 
     std::vector<const Term*> VisibleTo(const Json::Value& requester) const;
     const Term& Wanted(const Json::Value& request) const;

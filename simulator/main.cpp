@@ -5,7 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
+#include <optional>
 
 #include "BusEndpoint.h"
 #include "Misbehaviour.h"
@@ -71,17 +73,24 @@ Response Respond(TermsService& service, const Options& options, const std::strin
 }
 
 int Serve(const Options& options) {
-    TermsService service(options.catalogue);
+    Catalogue catalogue = ReadCatalogue(options.catalogue);
     const EventLoop loop = MakeLoop();
+    // The store is not touched before the name is ours: it may be another simulator's. Calls arrive
+    // when the loop runs.
+    std::optional<TermsService> service;
     const BusEndpoint endpoint(loop.get(), kName,
                                [&](const std::string& protocol, const std::string& text) {
-                                   return Respond(service, options, protocol, text);
+                                   return Respond(*service, options, protocol, text);
                                });
-    std::cout << "Serving " << service.NumberOfTerms() << " terms as " << kName
+    service.emplace(std::move(catalogue), options.catalogue);
+    std::cout << "Serving " << service->NumberOfTerms() << " terms as " << kName
               << ". SIGTERM or Ctrl-C ends it." << std::endl;
     sd_notify(0, "READY=1");
     const int ended = sd_event_loop(loop.get());
-    if (ended != 0) {
+    if (ended < 0) {
+        throw BusError(std::string("Cannot wait for requests: ") + std::strerror(-ended) + '.');
+    }
+    if (ended > 0) {
         throw BusError("The message bus went away. Start the simulator again when it is back.");
     }
     return EXIT_SUCCESS;

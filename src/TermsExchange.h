@@ -3,8 +3,7 @@
 
 #include "Platform.h"
 
-/// Closes the proxy and deletes the server of one exchange on every way out of its scope.
-/// A failure of that clean-up ends the process.
+/// Ends one exchange's connection on every way out of its scope. The process ends when that fails.
 class CTermsProxyGuard {
   public:
     /// @param server the scope's server pointer; the guard sets it to null when it has deleted it.
@@ -45,8 +44,8 @@ class CTermsExchange {
     /// Whether the proxy could be opened.
     bool IsProxyOpen() const { return m_Connection.m_Guard.IsProxyOpen(); }
 
-    /// Sends the request and waits for the reply. The request is sent even when the proxy could
-    /// not be opened: what becomes of it then is the framework's verdict.
+    /// Sends the request and waits for the reply, also through a proxy that did not open: only the
+    /// framework can tell what becomes of that.
     /// @return true when the request was delivered and a reply came.
     bool m_SendTermsRequest();
 

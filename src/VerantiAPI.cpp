@@ -12,8 +12,8 @@
 
 namespace {
 
-// Read without the mutex and without atomic operations on the getters' fast path: the established
-// behaviour of the getters, which callers on sets rely on for their speed.
+// A plain flag that the getters read before they lock: it has always been so, and callers get the
+// instance before they start threads.
 bool s_bInitialised = false;
 
 GMutex s_Mutex;  // zero is its initial state

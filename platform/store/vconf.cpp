@@ -70,6 +70,32 @@ std::string Root() {
     return std::string(g_get_user_state_dir()) + "/veranti/store";
 }
 
+/// Makes a folder that is missing, for good: its entry is on the disk.
+bool MakeFolder(int parent, const char* name) {
+    if (mkdirat(parent, name, 0700) != 0) {
+        return errno == EEXIST;
+    }
+    return fsync(parent) == 0;
+}
+
+/// The error number of what GLib's file functions report.
+int ErrorNumber(const GError& error) {
+    switch (error.code) {
+        case G_FILE_ERROR_ACCES:
+            return EACCES;
+        case G_FILE_ERROR_ISDIR:
+            return EISDIR;
+        case G_FILE_ERROR_NAMETOOLONG:
+            return ENAMETOOLONG;
+        case G_FILE_ERROR_NOSPC:
+            return ENOSPC;
+        case G_FILE_ERROR_ROFS:
+            return EROFS;
+        default:
+            return EIO;
+    }
+}
+
 /// Opens the folder that holds the key's file, component by component, so that a link cannot lead
 /// out of the root however the folders change meanwhile.
 Descriptor OpenFolder(std::string_view folders, bool create) {
@@ -82,7 +108,7 @@ Descriptor OpenFolder(std::string_view folders, bool create) {
     while (folder && !folders.empty()) {
         const std::string component(folders.substr(0, folders.find('/')));
         folders.remove_prefix(component.size() + 1);
-        if (create && mkdirat(folder.get(), component.c_str(), 0700) != 0 && errno != EEXIST) {
+        if (create && !MakeFolder(folder.get(), component.c_str())) {
             return Descriptor(-1);
         }
         folder = Descriptor(openat(folder.get(), component.c_str(), kFlags | O_NOFOLLOW));
@@ -167,12 +193,12 @@ int Write(std::string_view key, const char* value) {
     if (!folder) {
         return -1;
     }
-    errno = 0;
     constexpr auto kSafe = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
                                                               G_FILE_SET_CONTENTS_DURABLE);
     const std::string path = PathThrough(folder, name);
-    if (g_file_set_contents_full(path.c_str(), value, -1, kSafe, 0600, nullptr) == FALSE) {
-        errno = errno != 0 ? errno : EIO;
+    g_autoptr(GError) error = nullptr;
+    if (g_file_set_contents_full(path.c_str(), value, -1, kSafe, 0600, &error) == FALSE) {
+        errno = ErrorNumber(*error);
         return -1;
     }
     return 0;

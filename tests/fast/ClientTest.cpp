@@ -2,6 +2,9 @@
 // line, in their order, on every way out.
 #include <gtest/gtest.h>
 
+#include <future>
+
+#include "Cases.h"
 #include "Doubles.h"
 #include "VerantiAPI.h"
 #include "Wire.h"
@@ -21,47 +24,6 @@ std::string Text(bool value) {
 Lines operator+(Lines left, const Lines& right) {
     left.insert(left.end(), right.begin(), right.end());
     return left;
-}
-
-/// One request, what it must leave in the journal and what it must give back.
-struct Request {
-    std::string function;
-    std::string json;  // as sent, members in alphabetical order
-    std::function<std::string(CVerantiAPI&)> call;
-
-    std::string reply = R"({"result":true})";  // a good answer of the service
-    std::string answered = "true";             // what the call gives for it
-    std::string refused = "false";             // ... for the same answer with "result" false
-    std::string empty = "false";               // ... for a reply without any member
-    std::string unsent = "false";              // ... when nothing was sent
-
-    Lines entry{};         // logged before the availability check
-    Lines checked{};       // logged after it
-    Lines filled{};        // logged just before sending
-    Lines read{};          // logged while a good answer is read
-    std::string result{};  // logged at the end with the outcome behind it, if not empty
-
-    Lines Info(const std::string& message) const { return {LogLine("info", function, message)}; }
-
-    Request& Entry(const std::string& message) { return entry = Info(message), *this; }
-    Request& Checked(const std::string& message) { return checked = Info(message), *this; }
-    Request& Filled() { return filled = {LogLine("trace", function, "")}, *this; }
-    Request& Read(const Lines& lines) { return read = lines, *this; }
-    Request& Result(const std::string& message) { return result = message, *this; }
-    Request& Answers(const std::string& good, const std::string& whenGood,
-                     const std::string& whenRefused, const std::string& whenEmpty,
-                     const std::string& whenUnsent) {
-        reply = good;
-        answered = whenGood;
-        refused = whenRefused;
-        empty = whenEmpty;
-        unsent = whenUnsent;
-        return *this;
-    }
-};
-
-void PrintTo(const Request& request, std::ostream* out) {
-    *out << request.function << ' ' << request.json;
 }
 
 std::string Header(CVerantiAPI& api, void (CVerantiAPI::*getter)(Json::Value&)) {
@@ -107,167 +69,90 @@ std::string ErrorInfo(CVerantiAPI& api) {
     return Text(result) + ' ' + std::to_string(code) + ' ' + std::to_string(reason) + message;
 }
 
-std::vector<Request> AllRequests() {
+using Call = std::function<std::string(CVerantiAPI&)>;
+
+const std::map<std::string, Call>& Calls() {
     using Api = CVerantiAPI&;
-    const Lines unnamed = {LogLine("trace", "GetDisclaimerInfo", "id "),
-                           LogLine("trace", "AppendSections", "<<WARN: NOT JSON TYPE MESSAGE>>")};
-    return {
-        Request{"IsServiceAvailable", R"({"method":"is service available"})",
-                [](Api api) { return Text(api.IsServiceAvailable()); }}
-            .Entry("IsServiceAvailable")
-            .Result("IsServiceAvailable result : "),
-        Request{"GetInformationForDisclaimer",
-                R"({"data":null,"method":"get information for disclaimer"})",
-                [](Api api) { return Header(api, &CVerantiAPI::GetInformationForDisclaimer); }}
-            .Entry("")
-            .Answers(R"({"headerData":{"title":"T"}})", R"({"title":"T"})", R"({"title":"T"})",
-                     "null", "null"),
-        Request{
-            "GetInformationForDisclaimerWebView",
-            R"({"data":null,"method":"get information for web view disclaimer"})",
-            [](Api api) { return Header(api, &CVerantiAPI::GetInformationForDisclaimerWebView); }}
-            .Entry("")
-            .Answers(R"({"headerData":["T"]})", R"(["T"])", R"(["T"])", "null", "null"),
-        Request{"DravikCheck", R"({"method":"dravik check"})", Check}.Entry("").Answers(
-            R"({"result":true,"errorcode":3,"errorreason":7})", "true 3 7", "false 3 7",
-            "false 0 0", "false -1 -1"),
-        Request{"DravikCheck", R"({"method":"dravik get error info"})", ErrorInfo}
-            .Entry("")
-            .Answers(R"({"result":true,"errorcode":3,"errorreason":7,"errormessage":"x"})",
-                     "true 3 7x", "false 3 7x", "false 0 0", "false -1 -1old"),
-        Request{"RequestDisclaimersRESTAPI",
-                R"({"data":null,"method":"request disclaimer api","product_type":"TV",)"
-                R"("request_from":"me","terms":"all"})",
-                [](Api api) { return Text(api.RequestDisclaimersRESTAPI("me", "all")); }}
-            .Filled(),
-        Request{"RequestDisclaimerID",
-                R"({"data":null,"method":"request disclaimerid","other_page":true,)"
-                R"("product_type":"phone","request_from":"wizard-terms"})",
-                [](Api api) { return Text(api.RequestDisclaimerID("phone", true)); }}
-            .Entry(""),
-        Request{"SetDisclaimersAgreement",
-                R"({"a":"true","b":{"c":1},"data":null,"method":"set agreements",)"
-                R"("product_type":"TV"})",
-                Agreements}
-            .Entry(""),
-        Request{"SetCountryCode", R"({"country_code":"","data":null,"method":"set country code"})",
-                [](Api api) { return Text(api.SetCountryCode("")); }}
-            .Entry(""),
-        Request{"RequestUpdateDisclaimers",
-                R"({"data":null,"method":"request update disclaimers","product_type":"phone",)"
-                R"("request_from":"wizard-terms"})",
-                [](Api api) { return Text(api.RequestUpdateDisclaimers("phone")); }}
-            .Entry(""),
-        Request{"RequestCountryCodeList", R"({"data":null,"method":"request country code list"})",
-                [](Api api) { return Text(api.RequestCountryCodeList()); }}
-            .Entry(""),
-        Request{"CloneData",
-                R"({"data":null,"dest":"b","method":"Copy Clone Data TV to USB","src":"a"})",
-                [](Api api) { return Text(api.CloneData("a", "b", true)); }},
-        Request{"CopyCloneDataUSBtoTV",
-                R"({"data":null,"dest":"/tv","method":"Copy Clone Data USB to TV","src":"/usb"})",
-                [](Api api) { return Text(api.CopyCloneDataUSBtoTV("/usb", "/tv")); }}
-            .Entry("CopyCloneDataUSBtoTV called"),
-        Request{"CopyCloneDataTVtoUSB",
-                R"({"data":null,"dest":"/usb","method":"Copy Clone Data TV to USB","src":"/tv"})",
-                [](Api api) { return Text(api.CopyCloneDataTVtoUSB("/tv", "/usb")); }}
-            .Entry("CopyCloneDataTVtoUSB called"),
-        Request{"RequestResetNimbra", R"({"data":null,"method":"request reset nimbra"})",
-                [](Api api) { return Text(api.RequestResetNimbra()); }}
-            .Entry("")
-            .Checked("RequestResetNimbra called"),
-        Request{"GetDisclaimerNum",
-                R"({"data":null,"method":"get disclaimer number","product_type":"phone",)"
-                R"("requester":3})",
-                [](Api api) {
-                    return std::to_string(
-                        api.GetDisclaimerNum(HOME_DISCLAIMER_REQUESTER_3, "phone"));
-                }}
-            .Entry("GetDisclaimerNum called with requester: 3")
-            .Answers(R"({"result":true,"number":12})", "12", "0", "0", "0")
-            .Result("GetDisclaimerNum "),
-        Request{"GetDisclaimerDetail",
-                R"({"data":null,"method":"get disclaimer by order","product_type":"phone",)"
-                R"("request_index":3,"requester":1})",
-                [](Api api) { return Detail(api, false); }}
-            .Entry("GetDisclaimerDetail called for index: 3 and requester: 1")
-            .Answers(R"({"result":true})", "0", "-1", "-1", "-1")
-            .Read(unnamed),
-        Request{"GetDisclaimerDetail",
-                R"({"data":null,"method":"get disclaimer by term id","product_type":"phone",)"
-                R"("request_item":"i"})",
-                [](Api api) { return Detail(api, true); }}
-            .Entry("GetDisclaimerDetail called for itemId: i phone")
-            .Answers(R"({"result":true})", "0", "-1", "-1", "-1")
-            .Read(unnamed),
-        Request{"GetRevisedDisclaimers",
-                R"({"data":null,"method":"get revised disclaimers","product_type":"phone",)"
-                R"("terms":"all"})",
-                Revised}
-            .Entry("GetRevisedDisclaimers called"),
-        Request{"IsDisclaimerItemExist",
-                R"({"data":null,"method":"get disclaimer by term id","product_type":"tv",)"
-                R"("request_item":"i"})",
-                [](Api api) { return Text(api.IsDisclaimerItemExist("i", "tv")); }}
-            .Checked("IsDisclaimerItemExist called for strItemId: i"),
-        Request{"SetAllDisclaimerItemAgreement",
-                R"({"is_agreed":false,"method":"set all agreement","product_type":"phone"})",
-                [](Api api) { return Text(api.SetAllDisclaimerItemAgreement(0, "phone")); }}
-            .Entry("Model phone try to set all agreement to false."),
-        Request{"SetRevisedTermAgreement",
-                R"({"is_agreed":false,"method":"set one agreement","product_type":"TV",)"
-                R"("request_item":"t1"})",
-                [](Api api) { return Text(api.SetRevisedTermAgreement("t1", false, "TV")); }}
-            .Entry("SetRevisedTermAgreement called"),
-        Request{"RequestDisclaimerID",
-                R"({"data":null,"method":"request disclaimerid","other_page":false,)"
-                R"("product_type":"TV","request_from":"wizard-terms"})",
-                [](Api api) { return Text(api.RequestDisclaimerID("TV", false)); }}
-            .Entry(""),
-        Request{"SetAllDisclaimerItemAgreement",
-                R"({"is_agreed":true,"method":"set all agreement","product_type":"TV"})",
-                [](Api api) { return Text(api.SetAllDisclaimerItemAgreement(5, "TV")); }}
-            .Entry("Model TV try to set all agreement to true."),
-        Request{"SetRevisedTermAgreement",
-                R"({"is_agreed":true,"method":"set one agreement","product_type":"TV",)"
-                R"("request_item":"t1"})",
-                [](Api api) { return Text(api.SetRevisedTermAgreement("t1", true, "TV")); }}
-            .Entry("SetRevisedTermAgreement called"),
-        Request{"SetDisclaimerItemAgreement",
-                R"({"is_agreed":true,"method":"set one agreement","product_type":"TV",)"
-                R"("request_item":"t1"})",
-                [](Api api) { return Text(api.SetDisclaimerItemAgreement("t1", -1, "TV")); }}
-            .Checked("Model TV try to set t1 agreement to true."),
-        Request{"SetDisclaimerItemAgreement",
-                R"({"is_agreed":false,"method":"set one agreement","product_type":"",)"
-                R"("request_item":""})",
-                [](Api api) { return Text(api.SetDisclaimerItemAgreement("", 0, "")); }}
-            .Checked("Model  try to set  agreement to false."),
+    static const std::map<std::string, Call> calls = {
+        {"IsServiceAvailable", [](Api api) { return Text(api.IsServiceAvailable()); }},
+        {"GetInformationForDisclaimer",
+         [](Api api) { return Header(api, &CVerantiAPI::GetInformationForDisclaimer); }},
+        {"GetInformationForDisclaimerWebView",
+         [](Api api) { return Header(api, &CVerantiAPI::GetInformationForDisclaimerWebView); }},
+        {"DravikCheck", Check},
+        {"DravikCheck with message", ErrorInfo},
+        {"RequestDisclaimersRESTAPI",
+         [](Api api) { return Text(api.RequestDisclaimersRESTAPI("me", "all")); }},
+        {"RequestDisclaimerID", [](Api api) { return Text(api.RequestDisclaimerID("TV", false)); }},
+        {"RequestDisclaimerID otherwise",
+         [](Api api) { return Text(api.RequestDisclaimerID("phone", true)); }},
+        {"SetDisclaimersAgreement", Agreements},
+        {"SetCountryCode", [](Api api) { return Text(api.SetCountryCode("")); }},
+        {"RequestUpdateDisclaimers",
+         [](Api api) { return Text(api.RequestUpdateDisclaimers("phone")); }},
+        {"RequestCountryCodeList", [](Api api) { return Text(api.RequestCountryCodeList()); }},
+        {"CloneData", [](Api api) { return Text(api.CloneData("a", "b", true)); }},
+        {"CopyCloneDataUSBtoTV",
+         [](Api api) { return Text(api.CopyCloneDataUSBtoTV("/usb", "/tv")); }},
+        {"CopyCloneDataTVtoUSB",
+         [](Api api) { return Text(api.CopyCloneDataTVtoUSB("/tv", "/usb")); }},
+        {"RequestResetNimbra", [](Api api) { return Text(api.RequestResetNimbra()); }},
+        {"GetDisclaimerNum",
+         [](Api api) {
+             return std::to_string(api.GetDisclaimerNum(HOME_DISCLAIMER_REQUESTER_3, "phone"));
+         }},
+        {"GetDisclaimerDetail", [](Api api) { return Detail(api, false); }},
+        {"GetDisclaimerDetail by id", [](Api api) { return Detail(api, true); }},
+        {"GetRevisedDisclaimers", Revised},
+        {"IsDisclaimerItemExist",
+         [](Api api) { return Text(api.IsDisclaimerItemExist("i", "tv")); }},
+        {"SetAllDisclaimerItemAgreement",
+         [](Api api) { return Text(api.SetAllDisclaimerItemAgreement(5, "TV")); }},
+        {"SetAllDisclaimerItemAgreement withdrawn",
+         [](Api api) { return Text(api.SetAllDisclaimerItemAgreement(0, "phone")); }},
+        {"SetRevisedTermAgreement",
+         [](Api api) { return Text(api.SetRevisedTermAgreement("t1", true, "TV")); }},
+        {"SetRevisedTermAgreement withdrawn",
+         [](Api api) { return Text(api.SetRevisedTermAgreement("t1", false, "TV")); }},
+        {"SetDisclaimerItemAgreement",
+         [](Api api) { return Text(api.SetDisclaimerItemAgreement("t1", -1, "TV")); }},
+        {"SetDisclaimerItemAgreement withdrawn",
+         [](Api api) { return Text(api.SetDisclaimerItemAgreement("", 0, "")); }},
     };
+    return calls;
 }
 
 enum class Scenario { Answered, Refused, Empty, Misshapen, Unsent, ProxyClosed, NotAvailable };
 
-class RequestTest : public testing::TestWithParam<std::tuple<Request, Scenario>> {
+/// One request of the table of cases in one scenario.
+class RequestTest : public testing::TestWithParam<std::tuple<std::string, Scenario>> {
   protected:
-    const Request& m_Request = std::get<Request>(GetParam());
-    const Scenario m_Scenario = std::get<Scenario>(GetParam());
-    const bool m_Open = m_Scenario != Scenario::ProxyClosed;
+    RequestTest() {
+        for (const Json::Value& each : ReadCases("client")) {
+            if (each["call"] == m_Call) {
+                m_Case = each;
+            }
+        }
+    }
 
-    const bool m_IsCheck = m_Request.function == "IsServiceAvailable";
+    const std::string m_Call = std::get<std::string>(GetParam());
+    const Scenario m_Scenario = std::get<Scenario>(GetParam());
+    const std::string m_Function = m_Call.substr(0, m_Call.find(' '));
+    const bool m_Open = m_Scenario != Scenario::ProxyClosed;
     const bool m_Available = m_Scenario != Scenario::NotAvailable;
+    Json::Value m_Case;
 
     /// Plays the service in the scenario. What the availability check that other requests make is
     /// answered with, is none of theirs.
     bool Serve(const Json::Value& sent, Json::Value& reply) const {
-        if (Corvane::Wire::ToText(sent) != m_Request.json) {
+        if (sent != m_Case["sends"]) {
             reply["result"] = m_Available;
             return true;
         }
         if (m_Scenario == Scenario::Misshapen) {
-            reply = Parse("[1]");
+            reply.append(1);
         } else if (m_Scenario != Scenario::Empty && m_Scenario != Scenario::Unsent) {
-            reply = Parse(m_Request.reply);
+            reply = m_Case.get("reply", Parse(R"({"result":true})"));
         }
         if (m_Scenario == Scenario::Refused) {
             reply["result"] = false;
@@ -278,16 +163,42 @@ class RequestTest : public testing::TestWithParam<std::tuple<Request, Scenario>>
     std::string ExpectedOutcome() const {
         switch (m_Scenario) {
             case Scenario::Refused:
-                return m_Request.refused;
+                return m_Case.get("refused", "false").asString();
             case Scenario::Empty:
-                return m_Request.empty;
+                return m_Case.get("empty", "false").asString();
             case Scenario::Misshapen:
                 return "exception";
             case Scenario::Unsent:
-                return m_Request.unsent;
+                return m_Case.get("unsent", "false").asString();
             default:
-                return m_Request.answered;
+                return m_Case.get("answered", "true").asString();
         }
+    }
+
+    /// The log line that the case has for a moment, if any.
+    Lines ExpectedLog(const char* moment, const char* look = "info",
+                      const std::string& more = "") const {
+        if (!m_Case.isMember(moment)) {
+            return {};
+        }
+        return {LogLine(look, m_Function, m_Case[moment].asString() + more)};
+    }
+
+    /// What is logged between the send and the end.
+    Lines ExpectedReading(const std::string& outcome) const {
+        if (m_Scenario == Scenario::Misshapen) {
+            return {};
+        }
+        Lines lines = ExpectedLog("result", "info", outcome);
+        for (const Json::Value& line : m_Case["read"]) {
+            if (outcome == ExpectedOutcome() && outcome == m_Case["answered"].asString()) {
+                const std::string text = line.asString();
+                const std::size_t blank = text.find(' ');
+                lines.push_back("log " + text.substr(0, blank) + " VerantiAPI.cpp" +
+                                text.substr(blank));
+            }
+        }
+        return lines;
     }
 
     Lines ExpectedExchange(const Lines& filled, const std::string& json, const Lines& read) const {
@@ -298,7 +209,7 @@ class RequestTest : public testing::TestWithParam<std::tuple<Request, Scenario>>
     }
 
     Lines ExpectedAvailabilityCheck() const {
-        if (m_IsCheck) {
+        if (m_Call == "IsServiceAvailable") {
             return {};
         }
         const auto info = [](const std::string& message) {
@@ -321,31 +232,37 @@ TEST_P(RequestTest, SendsReadsLogsAndCloses) {
     CVerantiAPI api;
     std::string outcome;
     try {
-        outcome = m_Request.call(api);
+        outcome = Calls().at(m_Call)(api);
     } catch (const Json::LogicError&) {
         outcome = "exception";
     }
 
     EXPECT_EQ(outcome, ExpectedOutcome());
-    Lines read;
-    if (m_Scenario != Scenario::Misshapen && !m_Request.result.empty()) {
-        read = m_Request.Info(m_Request.result + outcome);
-    } else if (outcome == m_Request.answered) {
-        read = m_Request.read;
+    EXPECT_EQ(
+        platform.journal,
+        ExpectedLog("entry") + ExpectedAvailabilityCheck() + ExpectedLog("checked") +
+            ExpectedExchange(ExpectedLog("filled", "trace"), Corvane::Wire::ToText(m_Case["sends"]),
+                             ExpectedReading(outcome)));
+}
+
+std::vector<std::string> AllCases() {
+    std::vector<std::string> calls;
+    for (const Json::Value& each : ReadCases("client")) {
+        calls.push_back(each["call"].asString());
     }
-    EXPECT_EQ(platform.journal, m_Request.entry + ExpectedAvailabilityCheck() + m_Request.checked +
-                                    ExpectedExchange(m_Request.filled, m_Request.json, read));
+    return calls;
+}
+
+TEST(RequestTableTest, HasEveryCall) {
+    EXPECT_EQ(AllCases().size(), Calls().size());
 }
 
 INSTANTIATE_TEST_SUITE_P(AllRequests, RequestTest,
-                         testing::Combine(testing::ValuesIn(AllRequests()),
+                         testing::Combine(testing::ValuesIn(AllCases()),
                                           testing::Values(Scenario::Answered, Scenario::Refused,
                                                           Scenario::Empty, Scenario::Misshapen,
-                                                          Scenario::Unsent, Scenario::ProxyClosed)),
-                         [](const auto& test) {
-                             return std::get<Request>(test.param).function + '_' +
-                                    std::to_string(test.index);
-                         });
+                                                          Scenario::Unsent, Scenario::ProxyClosed,
+                                                          Scenario::NotAvailable)));
 
 class LifetimeTest : public testing::Test {
   protected:
@@ -372,6 +289,27 @@ TEST_F(LifetimeTest, OneInstanceUntilDestroyed) {
     EXPECT_NE(CVerantiAPI::GetInstance(), nullptr);
     EXPECT_EQ(ThePlatform().journal,
               (Lines{m_Get, m_Init, m_Get, m_Destroy, m_Destroy, m_Get, m_Init}));
+}
+
+TEST_F(LifetimeTest, ManyThreadsMakeOneInstance) {
+    for (int round = 0; round < 100; ++round) {
+        CVerantiAPI::Destroy();
+        ThePlatform().journal.clear();
+        std::promise<void> gate;
+        const std::shared_future<void> open = gate.get_future().share();
+        std::vector<std::future<CVerantiAPI*>> callers;
+        for (int i = 0; i < 8; ++i) {
+            callers.push_back(std::async(std::launch::async, [open] {
+                open.wait();
+                return CVerantiAPI::GetInstance();
+            }));
+        }
+        gate.set_value();
+        for (auto& caller : callers) {
+            EXPECT_EQ(caller.get(), CVerantiAPI::GetInstance());
+        }
+        EXPECT_EQ(ThePlatform().Count(m_Init), 1);
+    }
 }
 
 TEST_F(LifetimeTest, TheSecondGetterIsSilentAndRunsNoHook) {

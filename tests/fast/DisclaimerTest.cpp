@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "Cases.h"
 #include "Doubles.h"
 #include "VerantiAPI.h"
 #include "Wire.h"
@@ -96,27 +97,8 @@ TEST_F(DisclaimerTest, EveryMemberIsReadAndWhatIsMissingIsReset) {
 }
 
 TEST_F(DisclaimerTest, EachKindOfValueIsConvertedOrRefused) {
-    // For each kind: the text, the number and the flag that come of it; "!" is refused.
-    const struct {
-        const char* json;
-        std::string text;
-        std::string number;
-        std::string flag;
-    } kinds[] = {
-        {"null", "", "0", "0"},
-        {"true", "true", "1", "1"},
-        {"false", "false", "0", "0"},
-        {"7", "7", "7", "1"},
-        {"0", "0", "0", "0"},
-        {"3.7", "3.7000000000000002", "3", "1"},
-        {"99999999999999999999999", "9.9999999999999992e+22", "!", "1"},
-        {"\"7\"", "7", "!", "!"},
-        {"[]", "!", "!", "!"},
-        {"[1]", "!", "!", "!"},
-        {"{}", "!", "!", "!"},
-        {"{\"a\":1}", "!", "!", "!"},
-    };
-    const auto converted = [this](const std::string& member, const char* json) -> std::string {
+    const auto converted = [this](const std::string& member,
+                                  const std::string& json) -> std::string {
         Item item;
         try {
             Fetch(Good('"' + member + "\":" + json), item);
@@ -131,12 +113,13 @@ TEST_F(DisclaimerTest, EachKindOfValueIsConvertedOrRefused) {
             {"reverse", item.bReverse ? "1" : "0"}};
         return values.at(member);
     };
-    for (const auto& kind : kinds) {
-        EXPECT_EQ(converted("version", kind.json), kind.text) << kind.json;
-        EXPECT_EQ(converted("button10", kind.json), kind.text) << kind.json;
-        EXPECT_EQ(converted("order", kind.json), kind.number) << kind.json;
-        EXPECT_EQ(converted("is_agreed", kind.json), kind.flag) << kind.json;
-        EXPECT_EQ(converted("reverse", kind.json), kind.flag) << kind.json;
+    for (const Json::Value& kind : ReadCases("kinds")) {
+        const std::string json = kind[0].asString();
+        EXPECT_EQ(converted("version", json), kind[1].asString()) << json;
+        EXPECT_EQ(converted("button10", json), kind[1].asString()) << json;
+        EXPECT_EQ(converted("order", json), kind[2].asString()) << json;
+        EXPECT_EQ(converted("is_agreed", json), kind[3].asString()) << json;
+        EXPECT_EQ(converted("reverse", json), kind[3].asString()) << json;
     }
 }
 

@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 
 #include "Wire.h"
 
@@ -16,6 +17,8 @@ namespace {
 std::map<const Corvane::TCMessage*, std::string> g_messageNames;
 
 void Note(const std::string& line) {
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
     ThePlatform().journal.push_back(line);
 }
 

@@ -2,6 +2,7 @@
 // descriptor.
 #include <gtest/gtest.h>
 
+#include "Cases.h"
 #include "Doubles.h"
 #include "TermsJsonParser.h"
 #include "VerantiAPI.h"
@@ -48,55 +49,23 @@ class StoredTest : public testing::Test {
 };
 
 TEST_F(StoredTest, AgreementsAreReadFromTheStore) {
-    const std::string refused = "Exception Handled by ";
-    const struct {
-        const char* text;
-        bool exists;
-        int agreed;
-        std::string existsLog;
-        std::string agreedLog;
-    } cases[] = {
-        {R"({"id":"true"})", true, 1, "warning id  exist", "info agreement true."},
-        {R"({"id":"false"})", true, 0, "warning id  exist", "info agreement false."},
-        {R"({"id":"TRUE"})", true, 0, "warning id  exist", "info agreement TRUE."},
-        {R"({"id":""})", true, 0, "warning id  exist", "info agreement ."},
-        {R"({"id":true})", true, 0, "warning id  exist", "warning id is not string type"},
-        {R"({"id":5})", true, 0, "warning id  exist", "warning id is not string type"},
-        {R"({"id":{"a":1}})", true, 0, "warning id  exist", "warning id is not string type"},
-        {R"({"id":null})", false, 0, "warning id does not exist", "warning id is not string type"},
-        {R"({"id":[]})", false, 0, "warning id does not exist", "warning id is not string type"},
-        {R"({"id":{}})", false, 0, "warning id does not exist", "warning id is not string type"},
-        {R"({"other":"true"})", false, 0, "warning id does not exist",
-         "warning id is not string type"},
-        {R"({"id":"false","id":"true"})", true, 1, "warning id  exist", "info agreement true."},
-        {"{\"id\":\"\xff\"}", true, 0, "warning id  exist", "info agreement \xff."},
-        {R"({"id\u0000":"true"})", false, 0, "warning id does not exist",
-         "warning id is not string type"},
-        {"{}", false, 0, "warning id does not exist", "warning id is not string type"},
-        {"null", false, 0, "warning id does not exist", "warning id is not string type"},
-        {"abc", false, 0, "warning parser failed : \n abc",
-         "warning parser failed : \n abc , agreement = false"},
-        {"", false, 0, "warning Empty Data", "warning Empty Data, agreement = false"},
-        {"[\"id\"]", false, kUntouched, refused, refused},
-        {"5", false, kUntouched, refused, refused},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.text);
-        ThePlatform().store = {{kAgreements, each.text}};
-        const std::string text = each.text;
-        const auto expectLogs = [&](const std::string& last) {
-            Lines logs = Logs();
+    for (const Json::Value& each : ReadCases("agreements")) {
+        const std::string text = each[0].asString();
+        SCOPED_TRACE(text);
+        ThePlatform().store = {{kAgreements, text}};
+        const auto expectLogs = [&text](const std::string& last) {
+            const Lines logs = Logs();
             ASSERT_EQ(logs.size(), 3U);
             EXPECT_EQ(logs[0], "warning requested ID id");
             EXPECT_EQ(logs[1], "info Get vconf savedData: " + text);
-            EXPECT_EQ(last == refused ? logs[2].substr(0, 28) : logs[2],
-                      last == refused ? "system " + refused : last);
+            // What the JSON library says of an exception is its own.
+            EXPECT_EQ(last.back() == ' ' ? logs[2].substr(0, last.size()) : logs[2], last);
             EXPECT_EQ(ThePlatform().journal.size(), 4U);  // and no request
         };
-        EXPECT_EQ(Exists(), each.exists);
-        expectLogs(each.existsLog);
-        EXPECT_EQ(Agreed(), each.agreed);
-        expectLogs(each.agreedLog);
+        EXPECT_EQ(Exists(), each[1].asBool());
+        expectLogs(each[3].asString());
+        EXPECT_EQ(Agreed(), each[2].asInt());
+        expectLogs(each[4].asString());
     }
 }
 
@@ -106,6 +75,9 @@ TEST_F(StoredTest, AgreementsThatCannotBeRead) {
     EXPECT_EQ(Agreed(), 0);
     EXPECT_EQ(Logs(), (Lines{"warning requested ID id",
                              "warning vconf get str failed, agreement = false"}));
+    ThePlatform().store = {{kAgreements, "{\"id\":\"\xff\"}"}};
+    EXPECT_EQ(Agreed(), 0);
+    EXPECT_EQ(Logs().back(), "info agreement \xff.");
     ThePlatform().store = {{kAgreements, std::string(2000, '[')}};
     EXPECT_FALSE(Exists());
     EXPECT_EQ(Agreed(), kUntouched);
@@ -163,66 +135,29 @@ TEST_F(StoredTest, TheServicesAgreementIsLoggedAndTheStoredOneCounts) {
 }
 
 TEST_F(StoredTest, TitlesAreReadFromTheStore) {
-    const std::string parser = " TermsJsonParser.cpp GetMenuTitleFromVconf: ";
-    const auto size = [&parser](const char* number) {
-        return "trace" + parser + "array size " + number;
-    };
-    const auto titled = [&parser](const std::string& title) {
-        return "trace" + parser + "Title is = " + title;
-    };
-    const auto broken = [&parser](const std::string& text) {
-        return "warning" + parser + "Parsing Error : [" + text + ']';
-    };
-    const std::string over = "warning" + parser + "order is over length ";
-    const std::string two = R"([{"title":"A"},{"title":"B"}])";
-    const std::string deep(2000, '[');
-
-    const struct {
-        std::string text;
-        int index;
-        std::string title;
-        Lines logs;
-    } cases[] = {
-        {two, 1, "B", {size("2"), titled("B")}},
-        {two, 2, "", {size("2"), over}},
-        {two, -1, "", {"warning" + parser + "parameter  Error : [db/veranti/terms_title][-1]"}},
-        {"[]", 0, "", {broken("[]")}},
-        {"{}", 0, "", {broken("{}")}},
-        {"null", 0, "", {broken("null")}},
-        {"", 0, "", {broken("")}},
-        {"[{", 0, "", {broken("[{")}},
-        {"5", 0, "", {size("0"), over}},
-        {R"([{"name":"A"}])", 0, "", {size("1"), titled("")}},
-        {R"(["A"])", 0, "", {size("1"), titled("")}},
-        {R"([{"title":5}])", 0, "5", {size("1"), titled("5")}},
-        {R"([{"title":true}])", 0, "true", {size("1"), titled("true")}},
-        {R"([{"title":null}])", 0, "", {size("1"), titled("")}},
-        {R"({"a":1,"b":2})", 1, "", {size("2"), titled("")}},
-        {R"(/* remark */[{"title":"A"}])", 0, "A", {size("1"), titled("A")}},
-        {R"([{"title":[1]}])",
-         0,
-         "",
-         {size("1"), "warning" + parser + "Json Error e = Type is not convertible to string"}},
-        {deep, 0, "", {"warning" + parser + "Json Error e = Exceeded stackLimit in readValue()."}},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.text + ' ' + std::to_string(each.index));
-        ThePlatform().store = {{kTitles, each.text}};
+    for (const Json::Value& each : ReadCases("titles")) {
+        const std::string found = each[2].asString();
+        SCOPED_TRACE(each[0].asString() + ' ' + each[1].asString());
+        ThePlatform().store = {{kTitles, each[0].asString()}};
         ThePlatform().journal.clear();
         std::string title = "old";
-        const bool found = !each.title.empty();
-        EXPECT_EQ(m_client.GetDisclaimerTitle(title, each.index), found ? 0 : -1);
-        EXPECT_EQ(title, found ? each.title : "old");
-        Lines expected = {
-            "info VerantiAPI.cpp GetDisclaimerTitle: GetDisclaimerTitle called for "
-            "index: " +
-            std::to_string(each.index)};
-        expected.insert(expected.end(), each.logs.begin(), each.logs.end());
-        if (found) {
-            expected.push_back("trace VerantiAPI.cpp GetDisclaimerTitle: Title is = " + title);
+        EXPECT_EQ(m_client.GetDisclaimerTitle(title, each[1].asInt()), found.empty() ? -1 : 0);
+        EXPECT_EQ(title, found.empty() ? "old" : found);
+        Lines expected = {"info GetDisclaimerTitle called for index: " + each[1].asString()};
+        for (const Json::Value& line : each[3]) {
+            expected.push_back(line.asString());
         }
-        EXPECT_EQ(ThePlatform().Logs(), expected);
+        if (!found.empty()) {
+            expected.push_back("trace Title is = " + title);
+        }
+        EXPECT_EQ(Logs(), expected);
     }
+    ThePlatform().store = {{kTitles, std::string(2000, '[')}};
+    std::string title;
+    EXPECT_EQ(m_client.GetDisclaimerTitle(title, 0), -1);
+    EXPECT_EQ(ThePlatform().Logs().back(),
+              "warning TermsJsonParser.cpp GetMenuTitleFromVconf: Json Error e = Exceeded "
+              "stackLimit in readValue().");
     ThePlatform().Reset();
     EXPECT_EQ(CTermsJsonParser::GetMenuTitleFromVconf("", 3), "");
     EXPECT_EQ(CTermsJsonParser::GetMenuTitleFromVconf("missing", 0), "");

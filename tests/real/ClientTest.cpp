@@ -25,7 +25,6 @@ TEST_F(ClientTest, ThirtyTwoThreadsLeaveNothingBehind) {
     const auto run = [this](int threads, int requests) {
         std::atomic<int> answered{0};
         std::vector<std::thread> callers;
-        callers.reserve(static_cast<std::size_t>(threads));
         for (int thread = 0; thread < threads; ++thread) {
             callers.emplace_back([this, requests, thread, &answered] {
                 const auto requester = static_cast<EHomeDisclaimerRequester>(thread % 4);
@@ -57,8 +56,11 @@ TEST_F(ClientTest, AServiceThatDiesWhileARequestWaitsEndsTheRequest) {
     Simulator simulator({"--verbose", "--silent", "set country code"});
     std::future<bool> request =
         std::async(std::launch::async, [this] { return m_client.SetCountryCode("KR"); });
-    while (simulator.ReadLine() != "  -> (silent)") {
-    }
+    std::string line;
+    do {
+        line = simulator.ReadLine();
+        ASSERT_NE(line, "");
+    } while (line != "  -> (silent)");
     simulator.Signal(SIGKILL);
     EXPECT_FALSE(request.get());
     EXPECT_FALSE(m_client.IsServiceAvailable());

@@ -1,5 +1,6 @@
 // The host's configuration store, on real files.
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -81,6 +82,7 @@ TEST_F(StoreTest, IsNotStalledOrFooledByWhatIsNoFile) {
     EXPECT_EQ(Get("pipe"), "(null)");
     EXPECT_EQ(Get("folder"), "(null)");
     EXPECT_EQ(vconf_set_str("folder", "x"), -1);
+    EXPECT_EQ(errno, EISDIR);
     const std::string file = m_store.Write("file", "x");
     EXPECT_EQ(Get("file/below"), "(null)");
     setenv("VERANTI_STORE", file.c_str(), 1);  // a root that cannot be written
@@ -97,7 +99,9 @@ TEST_F(StoreTest, AReaderSeesWholeTextsAlsoWhenTheWriterIsKilled) {
     };
     for (int round = 0; round < 5; ++round) {
         const pid_t writer = fork();
+        ASSERT_GE(writer, 0);
         if (writer == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
             for (int i = 0;; ++i) {
                 vconf_set_str("key", texts[i % 2].c_str());
             }

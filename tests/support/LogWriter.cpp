@@ -46,7 +46,6 @@ int main(int argc, char** argv) {
         __dlog_print(2, 6, "T", "\033[31merror\033[0m\n");
     }
     std::vector<std::thread> writers;
-    writers.reserve(static_cast<std::size_t>(threads));
     for (int thread = 0; thread < threads; ++thread) {
         writers.emplace_back([thread, lines] {
             for (int line = 0; line < lines; ++line) {

@@ -52,8 +52,9 @@ int Status(GSubprocess* process) {
 PrivateBus::PrivateBus()
     : m_daemon({"dbus-daemon", std::string("--config-file=") + BUS_CONFIGURATION_PATH, "--nofork",
                 "--nopidfile", "--print-address=1"},
-               open("/dev/null", O_WRONLY | O_CLOEXEC)) {
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", m_daemon.ReadLine().c_str(), 1);
+               open("/dev/null", O_WRONLY | O_CLOEXEC)),
+      m_address(m_daemon.ReadLine()) {
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", m_address.c_str(), 1);
 }
 
 void PrivateBus::Stop() {

@@ -42,11 +42,13 @@ class Program {
 class PrivateBus {
   public:
     PrivateBus();
+    const std::string& Address() const { return m_address; }
     /// Ends the daemon; its address stays set.
     void Stop();
 
   private:
     Program m_daemon;
+    std::string m_address;
 };
 
 /// An empty folder.
