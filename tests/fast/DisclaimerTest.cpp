@@ -91,9 +91,9 @@ TEST_F(DisclaimerTest, EveryMemberIsReadAndWhatIsMissingIsReset) {
     EXPECT_EQ(Show(item), kDefaults);
     EXPECT_EQ(Fetch(Good(kMembers), item), 0);
     EXPECT_EQ(Show(item), "i|4|v|t|n|d|b1|b2|b3|b4|b5|b6|b7|b8|b9|b10|1|1|a|1|1");
-    item.vecDetailData = {"kept"};
-    EXPECT_EQ(Fetch(Good(""), item), 0);
-    EXPECT_EQ(Show(item), std::string(kDefaults) + "|kept");
+    item.vecDetailData = {"kept", "too"};
+    EXPECT_EQ(Fetch(Good(R"("details":"[{\"title\":\"T\"}]")"), item), 0);
+    EXPECT_EQ(Show(item), "|0||||[{\"title\":\"T\"}]" + kRest + "|kept|too|T|");
 }
 
 TEST_F(DisclaimerTest, EachKindOfValueIsConvertedOrRefused) {
@@ -171,14 +171,6 @@ TEST_F(DisclaimerTest, DetailsBecomeSections) {
         const Lines logs = ThePlatform().Logs();
         EXPECT_EQ(Lines(logs.begin() + 2, logs.end()), each.logs) << each.details;
     }
-}
-
-TEST_F(DisclaimerTest, SectionsAreAppended) {
-    Item item;
-    const std::string reply = Good(R"("details":"[{\"title\":\"T\",\"data\":\"D\"}]")");
-    Fetch(reply, item);
-    Fetch(reply, item);
-    EXPECT_EQ(item.vecDetailData, (Lines{"T", "D", "T", "D"}));
 }
 
 TEST_F(DisclaimerTest, WhatCannotBeConvertedPassesAndKeepsWhatCameBefore) {

@@ -66,12 +66,4 @@ TEST_F(ClientTest, AServiceThatDiesWhileARequestWaitsEndsTheRequest) {
     EXPECT_FALSE(m_client.IsServiceAvailable());
 }
 
-TEST_F(ClientTest, TheHeaderStaysNullWithoutAService) {
-    Json::Value header = "old";
-    m_client.GetInformationForDisclaimer(header);
-    EXPECT_TRUE(header.isNull());
-    m_bus.Stop();
-    EXPECT_FALSE(m_client.IsServiceAvailable());
-}
-
 }  // namespace

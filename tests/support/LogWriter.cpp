@@ -12,27 +12,13 @@
 
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 
-namespace {
-void Show(int priority, const char* format, va_list arguments) {
-    std::printf("syslog %d ", priority);
-    std::vprintf(format, arguments);
-    std::printf("\n");
-}
-}  // namespace
-
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" void syslog(int priority, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    Show(priority, format, arguments);
-    va_end(arguments);
-}
-
-// What the compiler may call instead when it fortifies.
-extern "C" void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    Show(priority, format, arguments);
+    std::printf("syslog %d ", priority);
+    std::vprintf(format, arguments);
+    std::printf("\n");
     va_end(arguments);
 }
 
