@@ -11,11 +11,19 @@
 
 namespace {
 
-struct Environment {
+/// The log's settings while it lives.
+class Environment {
+  public:
     Environment(const std::string& sink, const std::string& level) {
         setenv("VERANTI_LOG", sink.c_str(), 1);
         setenv("VERANTI_LOG_LEVEL", level.c_str(), 1);
     }
+    ~Environment() {
+        unsetenv("VERANTI_LOG");
+        unsetenv("VERANTI_LOG_LEVEL");
+    }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
 };
 
 /// Without the "[pid]".
