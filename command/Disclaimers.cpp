@@ -132,14 +132,21 @@ void AddLists(Registrar& requests) {
     const auto product = Argument<std::string>("TV");
     CLI::App* list =
         requests.Add("list", "List the terms that a requester sees", [=](CVerantiAPI& client) {
+            const auto who = static_cast<EHomeDisclaimerRequester>(*requester);
             Items items;
-            client.GetDisclaimerDetails(
-                items.list, static_cast<EHomeDisclaimerRequester>(*requester), *product);
+            client.GetDisclaimerDetails(items.list, who, *product);
             // No terms is also what a refusal gives.
-            return ListAnswer(
+            Answer answer = ListAnswer(
                 !items.list.empty(), items, {"ID", "ORDER", "TITLE", "STATE"}, ListRow,
                 "The terms service lists no terms for requester " + std::to_string(*requester) +
                     ", or refused to: try another requester.");
+            const auto listed = static_cast<int>(items.list.size());
+            const int counted = answer.done ? client.GetDisclaimerNum(who, "TV") : 0;
+            if (listed < counted) {
+                answer.warning = "The terms service gave " + std::to_string(listed) + " of " +
+                                 std::to_string(counted) + " terms: try again for the others.";
+            }
+            return answer;
         });
     AddRequester(list, requester);
     AddProduct(list, product);

@@ -18,6 +18,7 @@ struct Answer {
     Json::Value json;     ///< for scripts; an object or an array
     std::string text;     ///< for people, when done
     std::string refusal;  ///< for people, when not: what that means and what to do
+    std::string warning;  ///< for people, when it is done but not whole
     /// Whether the service had to answer. When it did not, its absence is no excuse.
     bool needsService = true;
 };

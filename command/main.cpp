@@ -36,6 +36,9 @@ int Report(CVerantiAPI& client, const Answer& answer, bool asJson) {
         std::cerr << "Cannot write the answer: make room where the output goes." << std::endl;
         return kRefused;
     }
+    if (!answer.warning.empty()) {
+        std::cerr << answer.warning << std::endl;
+    }
     if (!answer.done) {
         std::cerr << Excuse(client, answer) << std::endl;
     }

@@ -109,6 +109,20 @@ TEST_F(SimulatorTest, AReplyThatCannotBeReadIsExplained) {
         {{{"count"}, 1, "", advice}, {{"revised", "--json"}, 1, "{\"result\":false}\n", advice}});
 }
 
+TEST_F(SimulatorTest, AListThatIsNotWholeSaysSo) {
+    const ScriptedService service(
+        "com.velmora.tv.termsclient", [](sd_bus_message* call, const auto&, const auto& text) {
+            const bool fails = text.find("\"request_index\":1") != std::string::npos;
+            sd_bus_reply_method_return(call, "s",
+                                       fails ? "{}" : R"({"result":true,"number":3,"id":"a"})");
+        });
+    Expect(
+        {{{"list"},
+          0,
+          "ID  ORDER  TITLE  STATE\na   0             not agreed\na   0             not agreed\n",
+          "gave 2 of 3 terms"}});
+}
+
 TEST_F(SimulatorTest, AnAnswerThatCannotBeWrittenIsNoSuccess) {
     const Simulator simulator;
     const Outcome run = RunProgram({"sh", "-c", "exec \"$0\" status >/dev/full", COMMAND_PATH});
