@@ -1,6 +1,5 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
-#include <array>
 
 #include "Subcommands.h"
 #include "Text.h"
@@ -8,6 +7,7 @@
 namespace {
 
 using Item = STHomeDisclaimerContentItem;
+
 /// Owns the records of a list that the client hands out, also when it does not get to the end.
 struct Items {
     Items() = default;

@@ -17,6 +17,15 @@ std::size_t Columns(gunichar character) {
     return g_unichar_iswide(character) != FALSE ? 2 : 1;
 }
 
+/// The columns that a printable text takes.
+std::size_t Width(const std::string& text) {
+    std::size_t width = 0;
+    for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
+        width += Columns(g_utf8_get_char(at));
+    }
+    return width;
+}
+
 std::string Next(const char* text) {
     return {text, static_cast<std::size_t>(g_utf8_next_char(text) - text)};
 }
@@ -97,14 +106,6 @@ std::string OneLine(const std::string& text) {
     std::string line = Printable(text);
     std::replace(line.begin(), line.end(), '\n', ' ');
     return line;
-}
-
-std::size_t Width(const std::string& text) {
-    std::size_t width = 0;
-    for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
-        width += Columns(g_utf8_get_char(at));
-    }
-    return width;
 }
 
 std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent) {

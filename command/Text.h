@@ -15,9 +15,6 @@ std::string Printable(const std::string& text);
 /// A printable text on one line.
 std::string OneLine(const std::string& text);
 
-/// The columns that a printable text takes.
-std::size_t Width(const std::string& text);
-
 /// Breaks a printable text between words into lines of at most so many columns, each with an indent
 /// in front; a word that is longer than a line is broken where the line ends. Its own line feeds
 /// are kept. Every line ends with a line feed.
