@@ -5,6 +5,7 @@
 #include <vconf.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -16,10 +17,13 @@ namespace {
 
 std::map<const Corvane::TCMessage*, std::string> g_messageNames;
 
+std::mutex g_mutex;
+std::condition_variable g_noted;
+
 void Note(const std::string& line) {
-    static std::mutex mutex;
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(g_mutex);
     ThePlatform().journal.push_back(line);
+    g_noted.notify_all();
 }
 
 /// Buffer, priority and colour in one word, as the client pairs them; anything else is shown as it
@@ -67,6 +71,11 @@ long PlatformDouble::Count(const std::string& line) const {
     return std::count(journal.begin(), journal.end(), line);
 }
 
+void PlatformDouble::WaitFor(const std::string& line) const {
+    std::unique_lock lock(g_mutex);
+    g_noted.wait(lock, [&] { return Count(line) > 0; });
+}
+
 void ServeReplies(const std::map<std::string, std::string>& replies) {
     ThePlatform().service = [replies](const Json::Value& request, Json::Value& reply) {
         const std::string method =
@@ -110,8 +119,13 @@ int __dlog_print(int log_id, int priority, const char* tag, const char* format, 
     std::vsnprintf(formatted, sizeof formatted, message.c_str(), arguments);
 #pragma GCC diagnostic pop
     va_end(arguments);
+    std::string shown = formatted;
+    const std::string number = ':' + std::to_string(line) + ']';
+    if (shown.find(number) != std::string::npos) {
+        shown.replace(shown.find(number), number.size(), ":LINE]");
+    }
     Note("log " + Look(log_id, priority, text.substr(prefix.size(), 5)) + ' ' + file + ' ' +
-         function + (line > 0 ? ": " : ": no line ") + formatted);
+         function + (line > 0 ? ": " : ": no line ") + shown);
     return 0;
 }
 

@@ -27,11 +27,14 @@ struct PlatformDouble {
     Lines Logs() const;
     /// How often the journal has a line.
     long Count(const std::string& line) const;
+    /// Waits until another thread's work has put a line into the journal.
+    void WaitFor(const std::string& line) const;
 };
 
 PlatformDouble& ThePlatform();
 
-/// The journal's line for a log line of the client's.
+/// The journal's line for a log line of the client's. A message that ends a part with the line's
+/// own number, as in ":12]", has ":LINE]" there.
 std::string LogLine(const std::string& look, const std::string& function,
                     const std::string& message);
 

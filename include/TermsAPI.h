@@ -1,0 +1,163 @@
+/// @file
+/// The C interface of the terms-and-conditions client.
+///
+/// Every function speaks for the television itself (product type "TV") through the process's one
+/// client, which the first call makes; CVerantiAPI in VerantiAPI.h says what each request sends and
+/// reads. Calls run on the caller's thread and return with the service's answer, however long the
+/// service takes; they may be made from any thread.
+///
+/// Unless a function says otherwise:
+/// - a result of 1 means yes or done, 0 means no, refused or no answer; the reason is in the log;
+/// - it logs an empty line at info priority, tag "Veranti", before what its request logs;
+/// - texts are UTF-8, end with a NUL and are copied; nothing that is passed in has to outlive the
+///   call; an id must not be null: a null id raises std::logic_error;
+/// - nothing is caught: what the standard library and the JSON library raise (std::logic_error,
+///   std::bad_alloc, Json::Exception for a reply that is shaped otherwise) passes through the
+///   function. A C++ caller can catch it; in a C program it ends the process.
+#pragma once
+
+#include "VerantiExport.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// NOLINTBEGIN(modernize-use-using): this is C
+
+/// Who asks for disclaimers. The terms service decides what each of the first four stands for.
+/// Every other value counts as TERMS_REQUESTER_OTHER.
+typedef enum TermsRequester VERANTI_ANY_INT {
+    TERMS_REQUESTER_0 = 0,
+    TERMS_REQUESTER_1 = 1,
+    TERMS_REQUESTER_2 = 2,
+    TERMS_REQUESTER_3 = 3,
+    TERMS_REQUESTER_OTHER = 4  ///< everybody else
+} TermsRequester;
+
+/// One disclaimer. Each member names the reply member that it comes from.
+///
+/// An empty text is a null pointer, so every text may be null. A text's last byte is written only
+/// by a library that is built with VERANTI_TERMINATE_TEXTS; one that is built without it (the
+/// default, for a set) leaves the byte behind the text as the allocator delivered it, and a reader
+/// cannot rely on the terminating NUL.
+typedef struct TermsContentItem {
+    char* strItemId;   ///< "id": the key of requests for this disclaimer
+    int nOrder;        ///< "order": its position in the service's list
+    char* strVersion;  ///< "version"
+    char* strTitle;    ///< "title"
+    char* strIntro;    ///< "intro"
+    char* strDetails;  ///< "details": prose, or a JSON array of sections
+    char* strButton1;  ///< "button1", and so on: the labels of its buttons
+    char* strButton2;
+    char* strButton3;
+    char* strButton4;
+    char* strButton5;
+    char* strButton6;
+    char* strButton7;
+    char* strButton8;
+    char* strButton9;
+    char* strButton10;
+    int bIsAgreed;             ///< "is_agreed", 0 or 1
+    int bOnlyNotice;           ///< "only_notice", 0 or 1: there is nothing to agree to
+    char* strAgreeDependency;  ///< "agree_dependency": passed through
+    int bPPUsed;               ///< "ppused", 0 or 1: passed through
+    int bReverse;              ///< "reverse", 0 or 1: passed through
+    /// The sections of the details: title, text, title, text and so on, each null when it is empty.
+    /// Read it only when nDetailDataCount is greater than 0: without sections it is not written.
+    char** ppDetailData;
+    int nDetailDataCount;  ///< the number of entries of ppDetailData
+} TermsContentItem;
+
+/// Receives one disclaimer. The record and all that it points to belong to the library and end with
+/// the call; copy what is needed later, and change or release nothing.
+/// @param user_data what the caller passed.
+typedef void (*TermsItemCallback)(TermsContentItem* item, void* user_data);
+
+/// Receives a list of disclaimers, which belongs to the library as above.
+/// @param items @p count records in the order of the service's list.
+/// @param count at least 1.
+/// @param user_data what the caller passed.
+typedef void (*TermsItemListCallback)(TermsContentItem** items, int count, void* user_data);
+
+/// Sets all members of a record to null or 0, for callers that hold records of their own. What the
+/// record pointed to is not released.
+/// @param item not null.
+VERANTI_API void InitailizeTermsContentItem(TermsContentItem* item);
+
+/// Asks the service whether it is up.
+/// @return 1 when it answered that it is.
+VERANTI_API int IsServiceAvailable(void);
+
+/// Starts the service by asking it whether it is up, on a thread that nobody waits for.
+/// Logs "Finish Trigger Terms Service" and, when the answer is there, "IsServiceAvailable true" (or
+/// "false"), both to the system buffer at error priority; no empty info line of its own.
+/// @throws std::system_error when no thread can be started. On that thread nothing is caught: a
+///   service that answers with a "result" that is no boolean ends the process.
+VERANTI_API void TriggerTermsService(void);
+
+/// Asks the service to bring its terms up to date.
+/// @param requester sent as the request's "product_type", as it has always been; null gives 0.
+/// @return 1 when the reply's "result" is true.
+/// Logs "requester = R" or, for null, "empty requester" in the place of the empty line.
+VERANTI_API int RequestUpdateDisclaimers(const char* requester);
+
+/// Records one agreement. Whether the service took it is in the log only.
+/// @param id not null.
+/// @param agreed 0 withdraws, anything else agrees.
+VERANTI_API void SetDisclaimerItemAgreement(const char* id, int agreed);
+
+/// Tells whether a disclaimer exists, from the agreements in the configuration store, without a
+/// request.
+/// @param id not null.
+VERANTI_API int IsDisclaimerItemExist(const char* id);
+
+/// Tells whether the user has agreed to a disclaimer, from the agreements in the configuration
+/// store, without a request.
+/// @param id not null.
+VERANTI_API int GetDisclaimerItemAgreement(const char* id);
+
+/// Records several agreements in one request.
+/// @param agreements a JSON object in the service's own layout; its members go to the top level of
+///   the request as they are. Null, or a text that is not JSON, gives 0 without a request.
+/// @return 1 when the reply's "result" is true.
+/// @throws Json::Exception for JSON other than an object or null.
+/// Logs, in the place of the empty line, "agreements:T" and for a text that is not JSON
+/// "<<WARN: NOT JSON TYPE MESSAGE>>", both to the system buffer at error priority; for null "empty
+/// agreements" (info).
+VERANTI_API int SetDisclaimerItemsAgreements(const char* agreements);
+
+/// Fetches the header of the disclaimer web view.
+/// @return the reply's "headerData" as JSON text on one line, which the caller releases with
+///   free(); the text null when there is none or no reply came; a null pointer only when there is
+///   no memory for the copy.
+/// Logs "GetWebDiscliamerHeaderData {T}" and, without memory, "Failed to allocate value", both to
+/// the system buffer at error priority.
+VERANTI_API char* GetInfoForDisclaimerWebView(void);
+
+/// Fetches one disclaimer and shows it to the callback, once.
+/// @param id not null.
+/// @param callback null is allowed: the disclaimer is fetched for the log only. Not called for an
+///   id that the service does not know.
+/// @param user_data passed to the callback.
+/// Logs the warning "There is no id[I]" when there is none. Every text of the record is logged in
+/// full (info), an empty one as the warning "empty", and so is what is released.
+VERANTI_API void GetDisclaimerDetail(const char* id, TermsItemCallback callback, void* user_data);
+
+/// Fetches all disclaimers of a requester and shows them to the callback, once.
+///
+/// The client's own records behind the list, one for each disclaimer, are never released: each call
+/// leaves that many behind. That is how it has always been; a process that asks often uses
+/// CVerantiAPI::GetDisclaimerDetails(), whose caller owns the records.
+/// @param requester whose list.
+/// @param callback null is allowed. Not called for an empty list.
+/// @param user_data passed to the callback.
+/// Logs the requester (info) and the warning "There is no Terms" for an empty list, else
+/// "numofTerms[N]" and all texts, as GetDisclaimerDetail() does.
+VERANTI_API void GetAllDisclaimerDetail(TermsRequester requester, TermsItemListCallback callback,
+                                        void* user_data);
+
+// NOLINTEND(modernize-use-using)
+
+#ifdef __cplusplus
+}
+#endif

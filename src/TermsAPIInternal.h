@@ -1,0 +1,31 @@
+// What the C interface is made of. These have C++ linkage and are exported, because programs exist
+// that link against them; new callers use TermsAPI.h.
+#pragma once
+
+#include <string>
+
+#include "TermsAPI.h"
+#include "VerantiAPI.h"
+
+/// The client's requester for a C caller's: 0 to 3 as they are, everything else the catch-all.
+/// Logs the value.
+VERANTI_API EHomeDisclaimerRequester GetRequesterType(TermsRequester requester);
+
+/// Copies a text for a C caller.
+/// @return a new array of the text's length and one more byte, which delete[] releases; null for
+///   an empty text. The last byte is written only with VERANTI_TERMINATE_TEXTS.
+/// Logs "[T]" and, for an empty text, the warning "empty".
+VERANTI_API char* ConvertChar(std::string text);
+
+/// Fills a C record. What @p dst points to is overwritten without being released, and without
+/// sections its ppDetailData is not written.
+/// Logs "[I]" with the id, every text (ConvertChar()) and the number of section entries.
+VERANTI_API void ConvertTermItem(TermsContentItem* dst, STHomeDisclaimerContentItem* src);
+
+/// Releases what a record points to, not the record. A list of sections with a count below 1 is
+/// left as it is.
+/// Logs an empty line.
+VERANTI_API void DestroyTermItem(TermsContentItem* item);
+
+/// What the thread of TriggerTermsService() does.
+VERANTI_API void m_TriggerTermsServiceAsync();
