@@ -36,10 +36,10 @@ typedef enum TermsRequester VERANTI_ANY_INT {
 
 /// One disclaimer. Each member names the reply member that it comes from.
 ///
-/// An empty text is a null pointer, so every text may be null. A text's last byte is written only
-/// by a library that is built with VERANTI_TERMINATE_TEXTS; one that is built without it (the
-/// default, for a set) leaves the byte behind the text as the allocator delivered it, and a reader
-/// cannot rely on the terminating NUL.
+/// An empty text is a null pointer, so every text may be null. The byte behind a text is a NUL only
+/// with a library that is built with VERANTI_TERMINATE_TEXTS. One that is built without it (the
+/// default, for a set) leaves that byte as the allocator delivered it; as a text carries no length,
+/// nobody can then tell where it ends.
 typedef struct TermsContentItem {
     char* strItemId;   ///< "id": the key of requests for this disclaimer
     int nOrder;        ///< "order": its position in the service's list
@@ -89,10 +89,11 @@ VERANTI_API void InitailizeTermsContentItem(TermsContentItem* item);
 VERANTI_API int IsServiceAvailable(void);
 
 /// Starts the service by asking it whether it is up, on a thread that nobody waits for.
-/// Logs "Finish Trigger Terms Service" and, when the answer is there, "IsServiceAvailable true" (or
-/// "false"), both to the system buffer at error priority; no empty info line of its own.
-/// @throws std::system_error when no thread can be started. On that thread nothing is caught: a
-///   service that answers with a "result" that is no boolean ends the process.
+/// Logs "Finish Trigger Terms Service" and, when the service has answered or failed to,
+/// "IsServiceAvailable true" (or "false"), both to the system buffer at error priority. The empty
+/// line is the thread's, at debug priority.
+/// @throws std::system_error when no thread can be started. On that thread nothing is caught: an
+///   answer whose "result" is a text, an array or an object ends the process.
 VERANTI_API void TriggerTermsService(void);
 
 /// Asks the service to bring its terms up to date.
@@ -118,9 +119,10 @@ VERANTI_API int GetDisclaimerItemAgreement(const char* id);
 
 /// Records several agreements in one request.
 /// @param agreements a JSON object in the service's own layout; its members go to the top level of
-///   the request as they are. Null, or a text that is not JSON, gives 0 without a request.
+///   the request as they are. Null, or a text that the JSON library's reader does not take, gives
+///   0 without a request; the reader takes remarks, and whatever stands behind the object.
 /// @return 1 when the reply's "result" is true.
-/// @throws Json::Exception for JSON other than an object or null.
+/// @throws Json::Exception for JSON other than an object or null, and for more than 1000 levels.
 /// Logs, in the place of the empty line, "agreements:T" and for a text that is not JSON
 /// "<<WARN: NOT JSON TYPE MESSAGE>>", both to the system buffer at error priority; for null "empty
 /// agreements" (info).
@@ -136,11 +138,12 @@ VERANTI_API char* GetInfoForDisclaimerWebView(void);
 
 /// Fetches one disclaimer and shows it to the callback, once.
 /// @param id not null.
-/// @param callback null is allowed: the disclaimer is fetched for the log only. Not called for an
-///   id that the service does not know.
+/// @param callback null is allowed: the disclaimer is fetched for the log only. Not called when the
+///   reply has no "id": the service does not know the id, refused or gave no answer.
 /// @param user_data passed to the callback.
-/// Logs the warning "There is no id[I]" when there is none. Every text of the record is logged in
-/// full (info), an empty one as the warning "empty", and so is what is released.
+/// Logs the warning "There is no id[I]" when there is no disclaimer; else the id, every text of the
+/// record in full as "[T]" (and the warning "empty" for an empty one), the number of section
+/// entries, and an empty line when the record is released, all at info priority.
 VERANTI_API void GetDisclaimerDetail(const char* id, TermsItemCallback callback, void* user_data);
 
 /// Fetches all disclaimers of a requester and shows them to the callback, once.
@@ -152,7 +155,7 @@ VERANTI_API void GetDisclaimerDetail(const char* id, TermsItemCallback callback,
 /// @param callback null is allowed. Not called for an empty list.
 /// @param user_data passed to the callback.
 /// Logs the requester (info) and the warning "There is no Terms" for an empty list, else
-/// "numofTerms[N]" and all texts, as GetDisclaimerDetail() does.
+/// "numofTerms[N]" (info), and each record as GetDisclaimerDetail() does.
 VERANTI_API void GetAllDisclaimerDetail(TermsRequester requester, TermsItemListCallback callback,
                                         void* user_data);
 

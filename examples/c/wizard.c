@@ -9,7 +9,8 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-/* Every text of a record may be null. */
+/* Every text of a record may be null. That the others end with a NUL takes a library built with
+   VERANTI_TERMINATE_TEXTS. */
 static const char* text(const char* maybe) {
     return maybe != NULL ? maybe : "";
 }
@@ -50,6 +51,10 @@ int main(int argc, char** argv) {
     int listed = 0;
     int shown = 0;
 
+    if (attempts < 1) {
+        fprintf(stderr, "\"%s\" is no number of attempts: give 1 or more.\n", argv[2]);
+        return EXIT_FAILURE;
+    }
     if (!wait_for_service(attempts)) {
         fputs("The terms service does not answer: start it, then try again.\n", stderr);
         return EXIT_FAILURE;

@@ -7,16 +7,19 @@
 #include <VerantiAPI.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
 constexpr char kProduct[] = "TV";
 
-bool WaitForService(CVerantiAPI& client, int attempts) {
+bool WaitForService(CVerantiAPI& client, long attempts) {
     while (!client.IsServiceAvailable()) {
         if (--attempts <= 0) {
             return false;
@@ -70,7 +73,10 @@ int Fail(const std::string& sentence) {
     return EXIT_FAILURE;
 }
 
-int Walk(const std::string& id, int attempts) {
+int Walk(const std::string& id, long attempts) {
+    if (attempts < 1) {
+        return Fail("That is no number of attempts: give 1 or more.");
+    }
     CVerantiAPI& client = *CVerantiAPI::GetInstance();
     if (!WaitForService(client, attempts)) {
         return Fail("The terms service does not answer: start it, then try again.");
@@ -92,8 +98,9 @@ int Walk(const std::string& id, int attempts) {
 
 int main(int argc, char** argv) {
     try {
-        return Walk(argc > 1 ? argv[1] : "privacy_policy", argc > 2 ? std::stoi(argv[2]) : 10);
-    } catch (const std::exception& error) {  // a reply that is no reply, or no number of attempts
-        return Fail(std::string("This cannot be understood: ") + error.what());
+        return Walk(argc > 1 ? argv[1] : "privacy_policy",
+                    argc > 2 ? std::strtol(argv[2], nullptr, 10) : 10);
+    } catch (const Json::Exception& error) {
+        return Fail(std::string("The service's answer cannot be read: ") + error.what());
     }
 }

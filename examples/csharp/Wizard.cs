@@ -7,16 +7,25 @@ using System;
 using System.Threading;
 using Veranti;
 
-internal static class Wizard {
-    private static int Main(string[] arguments) {
+internal static class Wizard
+{
+    private static int Main(string[] arguments)
+    {
         string id = arguments.Length > 0 ? arguments[0] : "privacy_policy";
-        int attempts = arguments.Length > 1 ? int.Parse(arguments[1]) : 10;
-        using (var client = new TermsClient()) {
-            if (!WaitForService(client, attempts)) {
+        int attempts = 10;
+        if (arguments.Length > 1 && (!int.TryParse(arguments[1], out attempts) || attempts < 1))
+        {
+            return Fail("\"" + arguments[1] + "\" is no number of attempts: give 1 or more.");
+        }
+        using (var client = new TermsClient())
+        {
+            if (!WaitForService(client, attempts))
+            {
                 return Fail("The terms service does not answer: start it, then try again.");
             }
             Console.WriteLine("Agreed to {0} before: {1}", id, client.IsAgreed(id) ? "yes" : "no");
-            if (!client.SetAgreed(id, true)) {
+            if (!client.SetAgreed(id, true))
+            {
                 return Fail("The terms service did not take the agreement to \"" + id + "\".");
             }
             Console.WriteLine("Agreed to {0} now: {1}", id, client.IsAgreed(id) ? "yes" : "no");
@@ -24,9 +33,12 @@ internal static class Wizard {
         }
     }
 
-    private static bool WaitForService(TermsClient client, int attempts) {
-        while (!client.IsAvailable) {
-            if (--attempts <= 0) {
+    private static bool WaitForService(TermsClient client, int attempts)
+    {
+        while (!client.IsAvailable)
+        {
+            if (--attempts <= 0)
+            {
                 return false;
             }
             Thread.Sleep(TimeSpan.FromSeconds(1));
@@ -34,7 +46,8 @@ internal static class Wizard {
         return true;
     }
 
-    private static int Fail(string sentence) {
+    private static int Fail(string sentence)
+    {
         Console.Error.WriteLine(sentence);
         return 1;
     }

@@ -55,7 +55,7 @@ class CInterfaceTest : public testing::Test {
   protected:
     CInterfaceTest() {
         ThePlatform().Reset();
-        Allocations::Reset(sizeof(Item), sizeof(Record));
+        Allocations::Reset({sizeof(Item), 'I'}, {sizeof(Record), 'R'});
     }
     ~CInterfaceTest() override {
         const Allocations::Count arrays = Allocations::Arrays();
@@ -64,9 +64,10 @@ class CInterfaceTest : public testing::Test {
     }
 };
 
-std::string Take(char* text) {
-    const std::unique_ptr<char, decltype(&std::free)> owned(text, &std::free);
-    return text != nullptr ? text : "(null)";
+std::string WebViewHeader() {
+    const std::unique_ptr<char, decltype(&std::free)> text(GetInfoForDisclaimerWebView(),
+                                                           &std::free);
+    return text ? text.get() : "(null)";
 }
 
 std::string DetailShown(const char* id) {
@@ -105,6 +106,11 @@ std::string BridgeAgreement(const char* id) {
     return std::to_string(result) + ' ' + std::to_string(agreed);
 }
 
+/// What a caller passes for an id: "no" withdraws, everything else agrees.
+int Agreement(const char* id) {
+    return id != nullptr && std::strcmp(id, "no") == 0 ? 0 : 5;
+}
+
 using Call = std::function<std::string(const char*)>;
 
 Call Number(int (*call)(const char*)) {
@@ -120,13 +126,24 @@ std::string Perform(const std::string& name, const char* text) {
         {"IsServiceAvailable", Number(&IsServiceAvailable)},
         {"RequestUpdateDisclaimers", Number(&RequestUpdateDisclaimers)},
         {"SetDisclaimerItemAgreement",
-         [](const char* id) { return SetDisclaimerItemAgreement(id, 5), ""; }},
+         [](const char* id) {
+             SetDisclaimerItemAgreement(id, Agreement(id));
+             return "";
+         }},
         {"IsDisclaimerItemExist", Number(&IsDisclaimerItemExist)},
         {"GetDisclaimerItemAgreement", Number(&GetDisclaimerItemAgreement)},
         {"SetDisclaimerItemsAgreements", Number(&SetDisclaimerItemsAgreements)},
-        {"GetInfoForDisclaimerWebView",
-         [](const char*) { return Take(GetInfoForDisclaimerWebView()); }},
+        {"GetInfoForDisclaimerWebView", [](const char*) { return WebViewHeader(); }},
         {"GetDisclaimerDetail", DetailShown},
+        {"GetDisclaimerDetail to nobody",
+         [](const char* id) {
+             GetDisclaimerDetail(id, nullptr, nullptr);
+             return "";
+         }},
+        {"CSharpSetDisclaimerItemAgreement for null",
+         [](const char* id) {
+             return std::to_string(CSharpSetDisclaimerItemAgreement(id, 1, nullptr));
+         }},
         {"GetAllDisclaimerDetail",
          [](const char* requester) { return ListShown(std::stoi(requester)); }},
         {"CSharpGetInstance",
@@ -142,7 +159,8 @@ std::string Perform(const std::string& name, const char* text) {
         {"CSharpIsServiceAvailable", Number(&CSharpIsServiceAvailable)},
         {"CSharpSetDisclaimerItemAgreement",
          [](const char* id) {
-             return std::to_string(CSharpSetDisclaimerItemAgreement(id, 1, "phone"));
+             const char* product = Agreement(id) != 0 ? "phone" : "TV";
+             return std::to_string(CSharpSetDisclaimerItemAgreement(id, Agreement(id), product));
          }},
         {"CSharpGetDisclaimerItemAgreement", BridgeAgreement},
     };
@@ -161,7 +179,8 @@ TEST_F(CInterfaceTest, EachCallAnswersLogsAndSends) {
         SCOPED_TRACE(each[0].asString() + ' ' + Corvane::Wire::ToText(argument));
         CSharpGetInstance();
         ThePlatform().Reset();
-        ThePlatform().store = {{"db/veranti/disclaimeragrees", R"({"yes":"true","no":"false"})"}};
+        const std::string stored = each.get(5, R"({"yes":"true","no":"false"})").asString();
+        ThePlatform().store = {{"db/veranti/disclaimeragrees", stored}};
         ServeAlways(each[2].asString());
         EXPECT_EQ(Perform(each[0].asString(), argument.isNull() ? nullptr : argument.asCString()),
                   each[3].asString());
@@ -193,20 +212,18 @@ TEST_F(CInterfaceTest, ATriggerDoesNotWaitForTheService) {
     answer.set_value();
     ThePlatform().WaitFor(
         "log system TermsAPI.cpp m_TriggerTermsServiceAsync: IsServiceAvailable true");
-    const Lines seen = Seen();
-    EXPECT_EQ(std::count(seen.begin(), seen.end(),
-                         "log system TermsAPI.cpp TriggerTermsService: Finish Trigger Terms "
-                         "Service"),
-              1);
-    EXPECT_EQ(
-        std::count(seen.begin(), seen.end(), "log trace TermsAPI.cpp m_TriggerTermsServiceAsync: "),
-        1);
+    for (const char* line :
+         {"log system TermsAPI.cpp TriggerTermsService: Finish Trigger Terms Service",
+          "log trace TermsAPI.cpp m_TriggerTermsServiceAsync: ",
+          "log info TermsAPI.cpp IsServiceAvailable: "}) {
+        EXPECT_EQ(ThePlatform().Count(line), 1) << line;
+    }
 }
 
 TEST_F(CInterfaceTest, RequestersOutsideTheListBecomeTheCatchAll) {
-    for (int requester = -1; requester <= 100; ++requester) {
-        const bool known = requester >= 0 && requester < 4;
-        EXPECT_EQ(GetRequesterType(static_cast<TermsRequester>(requester)), known ? requester : 4);
+    for (const auto& [requester, expected] :
+         std::map<int, int>{{-1, 4}, {0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 4}, {100, 4}}) {
+        EXPECT_EQ(GetRequesterType(static_cast<TermsRequester>(requester)), expected);
         EXPECT_EQ(Seen().back(),
                   "log info TermsAPI.cpp GetRequesterType: " + std::to_string(requester));
     }
@@ -256,24 +273,24 @@ Lines TextsOf(const Record& record) {
     return texts;
 }
 
-TEST_F(CInterfaceTest, ARecordIsFilledInItsOrderAndReleasedOnce) {
+/// The numbers and flags of a record and its sections, in their order.
+std::vector<long> NumbersOf(const Record& record) {
+    return {record.nOrder,
+            record.bIsAgreed,
+            record.bOnlyNotice,
+            record.bPPUsed,
+            record.bReverse,
+            record.nDetailDataCount,
+            record.ppDetailData != nullptr ? 1 : 0};
+}
+
+TEST_F(CInterfaceTest, ARecordIsFilledInItsOrderAndReleasedInAnother) {
     Item item = NamedItem(kNames);
     item.nOrder = 7;
-    item.bIsAgreed = item.bPPUsed = true;
-    Record record;
-    std::memset(&record, kPoison, sizeof record);
-    InitailizeTermsContentItem(&record);
-    EXPECT_EQ(TextsOf(record), Lines(16, "(null)"));
-    EXPECT_EQ(record.ppDetailData, nullptr);
-    DestroyTermItem(&record);
-
-    ThePlatform().journal.clear();
+    item.bReverse = true;
+    Record record{};
     ConvertTermItem(&record, &item);
     EXPECT_EQ(TextsOf(record), kNames);
-    EXPECT_EQ(record.nOrder, 7);
-    EXPECT_EQ(
-        (std::vector<int>{record.bIsAgreed, record.bOnlyNotice, record.bPPUsed, record.bReverse}),
-        (std::vector<int>{1, 0, 1, 0}));
     Lines expected = {"log info TermsAPI.cpp ConvertTermItem: [id]"};
     for (const std::string& name : kNames) {
         expected.push_back("log info TermsAPI.cpp ConvertChar: [" + name + ']');
@@ -283,9 +300,34 @@ TEST_F(CInterfaceTest, ARecordIsFilledInItsOrderAndReleasedOnce) {
 
     DestroyTermItem(&record);
     EXPECT_EQ(TextsOf(record), Lines(16, "(null)"));
-    EXPECT_EQ(record.nOrder, 7);
-    DestroyTermItem(&record);
-    EXPECT_EQ(Allocations::Arrays().released, 16);
+    EXPECT_EQ(NumbersOf(record), (std::vector<long>{7, 0, 0, 0, 1, 0, 0}));
+    DestroyTermItem(&record);  // nothing is left to release
+    EXPECT_EQ(Allocations::Trace(),
+              " A0 A1 A2 A3 A4 A5 A6 A7 A8 A9 A10 A11 A12 A13 A14 A15"
+              " a5 a6 a7 a8 a9 a10 a11 a12 a13 a14 a4 a0 a3 a2 a1 a15");
+}
+
+TEST_F(CInterfaceTest, EachFlagHasItsOwnSource) {
+    std::size_t position = 1;  // behind the order
+    for (bool Item::*const source :
+         {&Item::bIsAgreed, &Item::bOnlyNotice, &Item::bPPUsed, &Item::bReverse}) {
+        Item item;
+        item.*source = true;
+        Record record{};
+        ConvertTermItem(&record, &item);
+        std::vector<long> expected(7, 0);
+        expected[position++] = 1;
+        EXPECT_EQ(NumbersOf(record), expected);
+    }
+}
+
+TEST_F(CInterfaceTest, AnInitialisedRecordIsAllZero) {
+    Record record;
+    std::memset(&record, kPoison, sizeof record);
+    InitailizeTermsContentItem(&record);
+    EXPECT_EQ(TextsOf(record), Lines(16, "(null)"));
+    EXPECT_EQ(NumbersOf(record), std::vector<long>(7, 0));
+    EXPECT_EQ(Seen(), Lines{"log info TermsAPI.cpp InitailizeTermsContentItem: "});
 }
 
 TEST_F(CInterfaceTest, AnEmptyRecordHasNullTextsOnly) {
@@ -315,6 +357,9 @@ TEST_F(CInterfaceTest, SectionsAreCopiedEntryByEntry) {
         // A list without a count is not the library's.
         EXPECT_EQ(record.ppDetailData, count == 0 ? &none : nullptr);
         EXPECT_EQ(record.nDetailDataCount, 0);
+        record.nDetailDataCount = -1;
+        DestroyTermItem(&record);
+        EXPECT_EQ(record.nDetailDataCount, -1);
     }
 }
 
@@ -338,27 +383,30 @@ TEST_F(CInterfaceTest, RecordsForACallbackAreNotZeroed) {
 }
 
 TEST_F(CInterfaceTest, OnlyTheClientsRecordsOfAListStayBehind) {
-    const auto copies = [](Record**, int count, void*) { EXPECT_EQ(count, 3); };
     const auto throws = [](Record**, int, void*) { throw std::runtime_error("the callback's"); };
     for (const TermsItemListCallback callback :
-         {TermsItemListCallback(nullptr), TermsItemListCallback(copies),
-          TermsItemListCallback(throws)}) {
-        ServeAlways(R"({"result":true,"number":3,"id":"i","details":"[{\"title\":\"T\"}]"})");
-        Allocations::Reset(sizeof(Item), sizeof(Record));
+         {TermsItemListCallback(nullptr), TermsItemListCallback(throws)}) {
+        ServeAlways(R"({"result":true,"number":2,"id":"i","details":"[{\"title\":\"T\"}]"})");
+        Allocations::Reset({sizeof(Item), 'I'}, {sizeof(Record), 'R'});
         try {
             GetAllDisclaimerDetail(TERMS_REQUESTER_1, callback, nullptr);
+            EXPECT_EQ(callback, nullptr);
         } catch (const std::runtime_error& error) {
             EXPECT_STREQ(error.what(), "the callback's");
         }
-        EXPECT_EQ(Allocations::Objects(sizeof(Item)).made, 3);
-        EXPECT_EQ(Allocations::Objects(sizeof(Item)).released, 0);
-        EXPECT_EQ(Allocations::Objects(sizeof(Record)).made, 3);
-        EXPECT_EQ(Allocations::Objects(sizeof(Record)).released, 3);
-        // For each the id, the details, the list of two section entries and its only text; and the
-        // array of the records.
-        EXPECT_EQ(Allocations::Arrays().made, 3 * 4 + 1);
-        EXPECT_EQ(Allocations::Arrays().released, 3 * 4 + 1);
+        // The client's two records; the array and its two; for each the id, the details, the
+        // sections and their only text. All go but the client's: the texts first, then the records,
+        // then the array.
+        EXPECT_EQ(Allocations::Trace(),
+                  " I I A0 R R A1 A2 A3 A4 A5 A6 A7 A8 a2 a1 a4 a3 a6 a5 a8 a7 r r a0");
     }
+}
+
+TEST_F(CInterfaceTest, ACallbacksExceptionPasses) {
+    ServeAlways(R"({"result":true,"id":"i"})");
+    const auto throws = [](Record*, void*) { throw std::runtime_error("the callback's"); };
+    EXPECT_THROW(GetDisclaimerDetail("i", throws, nullptr), std::runtime_error);
+    EXPECT_EQ(Allocations::Trace(), " R A0 a0 r");
 }
 
 }  // namespace

@@ -1,51 +1,64 @@
 #include "Allocations.h"
 
+#include <algorithm>
 #include <array>
-#include <atomic>
+#include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 namespace {
 
-struct Counter {
-    std::atomic<std::size_t> size{0};
-    std::atomic<long> made{0};
-    std::atomic<long> released{0};
-};
+std::mutex g_mutex;
+Allocations::Count g_arrays;
+std::array<Allocations::Watched, 2> g_watched{};
+std::array<const void*, 256> g_made{};  // the arrays that the trace shows
+std::array<char, 4096> g_trace{};
+std::size_t g_traceEnd = 0;
+bool g_strdupFails = false;
 
-Counter g_arrays;
-std::array<Counter, 2> g_objects;
-std::atomic<bool> g_strdupFails{false};
+void Trace(char letter, long number) {
+    std::array<char, 16> word{};
+    const int size = number < 0 ? std::snprintf(word.data(), word.size(), " %c", letter)
+                                : std::snprintf(word.data(), word.size(), " %c%ld", letter, number);
+    if (g_traceEnd + static_cast<std::size_t>(size) < g_trace.size()) {
+        std::memcpy(g_trace.data() + g_traceEnd, word.data(), static_cast<std::size_t>(size));
+        g_traceEnd += static_cast<std::size_t>(size);
+    }
+}
 
-Counter* CounterOf(std::size_t size) {
-    for (Counter& counter : g_objects) {
-        if (counter.size == size) {
-            return &counter;
+/// The letter of objects of a size, or 0.
+char LetterOf(std::size_t size) {
+    for (const Allocations::Watched& watched : g_watched) {
+        if (watched.size == size) {
+            return watched.letter;
         }
     }
-    return nullptr;
+    return 0;
 }
 
-Allocations::Count Read(const Counter& counter) {
-    return {counter.made, counter.released};
-}
-
-void* Allocate(std::size_t size, Counter* counter) {
+void* Allocate(std::size_t size, bool poisoned) {
     void* memory = std::malloc(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
-    if (counter != nullptr) {
-        ++counter->made;
+    if (poisoned) {
         std::memset(memory, Allocations::kPoison, size);
     }
     return memory;
 }
 
-void Release(void* memory, Counter* counter) {
-    if (memory != nullptr && counter != nullptr) {
-        ++counter->released;
+void ReleaseArray(void* memory) {
+    if (memory != nullptr) {
+        const std::lock_guard lock(g_mutex);
+        ++g_arrays.released;
+        auto* const found = std::find(g_made.begin(), g_made.end(), memory);
+        if (found != g_made.end()) {
+            Trace('a', found - g_made.begin());
+            *found = nullptr;
+        }
     }
     std::free(memory);
 }
@@ -53,21 +66,18 @@ void Release(void* memory, Counter* counter) {
 }  // namespace
 
 Allocations::Count Allocations::Arrays() {
-    return Read(g_arrays);
+    return g_arrays;
 }
 
-Allocations::Count Allocations::Objects(std::size_t size) {
-    const Counter* counter = CounterOf(size);
-    return counter != nullptr ? Read(*counter) : Count();
+std::string Allocations::Trace() {
+    return {g_trace.data(), g_traceEnd};
 }
 
-void Allocations::Reset(std::size_t size, std::size_t otherSize) {
-    g_objects.front().size = size;
-    g_objects.back().size = otherSize;
-    for (Counter* counter : {&g_arrays, &g_objects.front(), &g_objects.back()}) {
-        counter->made = 0;
-        counter->released = 0;
-    }
+void Allocations::Reset(Watched one, Watched other) {
+    g_arrays = {};
+    g_watched = {one, other};
+    g_made = {};
+    g_traceEnd = 0;
 }
 
 void Allocations::FailStrdup(bool fails) {
@@ -75,27 +85,44 @@ void Allocations::FailStrdup(bool fails) {
 }
 
 void* operator new(std::size_t size) {
-    return Allocate(size, CounterOf(size));
+    const char letter = LetterOf(size);
+    if (letter != 0) {
+        const std::lock_guard lock(g_mutex);
+        Trace(letter, -1);
+    }
+    return Allocate(size, letter != 0);
 }
 
 void operator delete(void* memory) noexcept {
-    Release(memory, nullptr);
+    std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t size) noexcept {
-    Release(memory, CounterOf(size));
+    const char letter = LetterOf(size);
+    if (letter != 0) {
+        const std::lock_guard lock(g_mutex);
+        Trace(static_cast<char>(std::tolower(letter)), -1);
+    }
+    std::free(memory);
 }
 
 void* operator new[](std::size_t size) {
-    return Allocate(size, &g_arrays);
+    void* memory = Allocate(size, true);
+    const std::lock_guard lock(g_mutex);
+    const auto number = static_cast<std::size_t>(g_arrays.made++);
+    if (number < g_made.size()) {
+        g_made.at(number) = memory;
+        Trace('A', static_cast<long>(number));
+    }
+    return memory;
 }
 
 void operator delete[](void* memory) noexcept {
-    Release(memory, &g_arrays);
+    ReleaseArray(memory);
 }
 
 void operator delete[](void* memory, std::size_t /*size*/) noexcept {
-    Release(memory, &g_arrays);
+    ReleaseArray(memory);
 }
 
 // Its parameter has the name that it has in the C library's header.

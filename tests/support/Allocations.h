@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 namespace Allocations {
 
@@ -16,12 +17,19 @@ struct Count {
 /// All arrays since the last Reset(). Their bytes are kPoison until they are written.
 Count Arrays();
 
-/// The objects of a size since the last Reset(), poisoned too. Only the two sizes of the last
-/// Reset() are counted.
-Count Objects(std::size_t size);
+/// What was allocated and released since the last Reset(), one word each: "A0" for the first array
+/// and "a0" for its release, and "I" and "i" (or whatever the letter) for objects of a watched
+/// size, which are poisoned too. Ends where 4 KB are full.
+std::string Trace();
 
-/// Starts counting from 0, and counts objects of these sizes.
-void Reset(std::size_t size, std::size_t otherSize);
+/// Objects of a size that the trace shows.
+struct Watched {
+    std::size_t size;
+    char letter;  ///< a capital one
+};
+
+/// Starts counting from 0, and watches objects of two sizes.
+void Reset(Watched one, Watched other);
 
 /// Whether strdup() finds no memory.
 void FailStrdup(bool fails);
