@@ -69,3 +69,7 @@ void AddRequests(Registrar& requests);
 
 /// Disclaimers with their texts, and what is read from the configuration store.
 void AddDisclaimers(Registrar& requests);
+
+/// The bus server toolkit.
+/// @param asJson read when the action runs: whether to print JSON meanwhile.
+void AddBus(CLI::App& app, Action& chosen, const bool& asJson);

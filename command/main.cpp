@@ -74,6 +74,7 @@ int Run(int argc, char** argv) {
     Registrar requests(app, chosen);
     AddDisclaimers(requests);
     AddRequests(requests);
+    AddBus(app, chosen, asJson);
     try {
         app.parse(argc, argv);
         if (!chosen) {

@@ -35,7 +35,7 @@ VERANTI_API int CSharpSetDisclaimerItemAgreement(const char* strItemId, int isAg
 
 /// Reads the set's own agreement from the configuration store.
 /// @param[out] pIsAgreed 1 when the user has agreed, else 0. Set it to 0 before: it stays as it is
-///   when the store holds something that cannot be read.
+///   when what is stored is JSON other than an object or null.
 /// @return always 0.
 VERANTI_API int CSharpGetDisclaimerItemAgreement(const char* strItemId, int* pIsAgreed);
 }

@@ -8,6 +8,9 @@ extern "C" int __dlog_print(int log_id, int priority, const char* tag, const cha
 
 namespace Log {
 
+constexpr char kClient[] = "Veranti";
+constexpr char kBusServer[] = "dterms-dbus";
+
 enum Buffer { kMain = 0, kSystem = 2 };
 enum Priority { kDebug = 3, kInfo = 4, kWarning = 5, kError = 6 };
 
@@ -29,16 +32,26 @@ constexpr const char* FileName(const char* path) {
 #define VERANTI_LOG_YELLOW "\033[33m"
 #define VERANTI_LOG_RED "\033[31m"
 
-#define VERANTI_LOG(buffer, priority, colour, message, ...)                               \
-    __dlog_print(buffer, priority, "Veranti", "%s: %s(%d) > " colour message "\033[0m\n", \
-                 Log::FileName(__FILE__), static_cast<const char*>(__func__),             \
+#define VERANTI_LOG(tag, buffer, priority, colour, message, ...)                    \
+    __dlog_print(buffer, priority, tag, "%s: %s(%d) > " colour message "\033[0m\n", \
+                 Log::FileName(__FILE__), static_cast<const char*>(__func__),       \
                  __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 
 /// A trace.
-#define LOG_DEBUG(...) VERANTI_LOG(Log::kMain, Log::kDebug, VERANTI_LOG_WHITE, __VA_ARGS__)
+#define LOG_DEBUG(...) \
+    VERANTI_LOG(Log::kClient, Log::kMain, Log::kDebug, VERANTI_LOG_WHITE, __VA_ARGS__)
 /// An entry or a result.
-#define LOG_INFO(...) VERANTI_LOG(Log::kMain, Log::kInfo, VERANTI_LOG_GREEN, __VA_ARGS__)
+#define LOG_INFO(...) \
+    VERANTI_LOG(Log::kClient, Log::kMain, Log::kInfo, VERANTI_LOG_GREEN, __VA_ARGS__)
 /// Something that a reader of the log should see.
-#define LOG_WARNING(...) VERANTI_LOG(Log::kMain, Log::kWarning, VERANTI_LOG_RED, __VA_ARGS__)
+#define LOG_WARNING(...) \
+    VERANTI_LOG(Log::kClient, Log::kMain, Log::kWarning, VERANTI_LOG_RED, __VA_ARGS__)
 /// A line in the system buffer. It is an error by its priority only: successes go there too.
-#define LOG_SYSTEM(...) VERANTI_LOG(Log::kSystem, Log::kError, VERANTI_LOG_RED, __VA_ARGS__)
+#define LOG_SYSTEM(...) \
+    VERANTI_LOG(Log::kClient, Log::kSystem, Log::kError, VERANTI_LOG_RED, __VA_ARGS__)
+/// What the bus server does.
+#define LOG_BUS(...) \
+    VERANTI_LOG(Log::kBusServer, Log::kMain, Log::kInfo, VERANTI_LOG_WHITE, __VA_ARGS__)
+/// What the bus server could not do.
+#define LOG_BUS_ERROR(...) \
+    VERANTI_LOG(Log::kBusServer, Log::kMain, Log::kError, VERANTI_LOG_RED, __VA_ARGS__)

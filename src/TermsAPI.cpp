@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <memory>
+#include <new>
 #include <thread>
 #include <variant>
 #include <vector>
@@ -68,9 +69,10 @@ void Fill(Record& record, const Item& item, const Pair<int, From>& field) {
     record.*field.to = static_cast<int>(item.*field.from);
 }
 
-void Release(char*& text) {
-    delete[] text;
-    text = nullptr;
+template <typename Element>
+void Release(Element*& array) {
+    delete[] array;
+    array = nullptr;
 }
 
 /// The records of a list for the time of a callback; they end also when it throws.
@@ -116,6 +118,8 @@ void CTermsRecords::Fill(const std::vector<Item*>& items) {
         ++m_nFilled;
     }
 }
+
+constexpr char kNullName[] = "ERROR! service or signal name, char string is NULL";
 
 }  // namespace
 
@@ -170,8 +174,7 @@ void DestroyTermItem(TermsContentItem* item) {
     for (int i = 0; i < item->nDetailDataCount; ++i) {
         Release(item->ppDetailData[i]);
     }
-    delete[] item->ppDetailData;
-    item->ppDetailData = nullptr;
+    Release(item->ppDetailData);
     item->nDetailDataCount = 0;
 }
 
@@ -290,4 +293,139 @@ void GetAllDisclaimerDetail(TermsRequester requester, TermsItemListCallback call
     if (callback != nullptr) {
         callback(records.Array(), count, user_data);
     }
+}
+
+TermsDbusServer* g_DbusServer = nullptr;
+
+TermsDbusServer* m_GetTermsDbusServerInstance(std::string name) {
+    if (g_DbusServer != nullptr && (name == g_DbusServer->getDbusServiceName() ||
+                                    name == g_DbusServer->getDbusOrginalName())) {
+        return g_DbusServer;
+    }
+    LOG_SYSTEM("Failed to get TermsDbusServerInstance, serviceName: %s", name.c_str());
+    return nullptr;
+}
+
+void m_ReleaseTermsDbusServerInstance(TermsDbusServer* server) {
+    if (server != nullptr) {
+        LOG_DEBUG("Delete TermsDbusServer instance");
+        delete server;
+    }
+    g_DbusServer = nullptr;
+}
+
+int InitiateTermsDbusServer(const char* name) {
+    if (name == nullptr) {
+        LOG_SYSTEM("%s", kNullName);
+        return 0;
+    }
+    g_DbusServer = new (std::nothrow) TermsDbusServer(name);
+    if (g_DbusServer == nullptr) {
+        LOG_SYSTEM("Failed to new TermsDbusServer, original Name: %s", name);
+        return 0;
+    }
+    LOG_SYSTEM("Success to new TermsDbusServer, original Name: %s", name);
+    return 1;
+}
+
+void RegisterTermsDbusCallback(const char* service_name, TermsDbusCallbackType type, void* callback,
+                               void* user_data) {
+    if (service_name == nullptr) {
+        LOG_SYSTEM("%s", kNullName);
+        return;
+    }
+    TermsDbusServer* server = m_GetTermsDbusServerInstance(service_name);
+    if (server == nullptr) {
+        LOG_SYSTEM("RegisterTermsDbusCallback fail !!! type [%d]", static_cast<int>(type));
+        return;
+    }
+    server->RegisterCallabck(type, callback, user_data);
+    LOG_SYSTEM("RegisterTermsDbusCallback Finish, type [%d]", static_cast<int>(type));
+}
+
+int CreateTermsDbusServer(const char* name) {
+    if (name == nullptr) {
+        LOG_SYSTEM("%s", kNullName);
+        return 0;
+    }
+    const bool created = g_DbusServer != nullptr && g_DbusServer->CreateDbusServer(name);
+    LOG_SYSTEM("CreateTermsDbusServer %s", created ? "Sucess" : "Fail");
+    return created ? 1 : 0;
+}
+
+int SendTermsDbusSignal(const char* service_name, const char* signal_name,
+                        TermsDbusMessage* message) {
+    if (service_name == nullptr || signal_name == nullptr) {
+        LOG_SYSTEM("%s", kNullName);
+        return 0;
+    }
+    TermsDbusServer* server = m_GetTermsDbusServerInstance(service_name);
+    if (server == nullptr || message == nullptr) {
+        return 0;
+    }
+    const int result = server->SendDbusSignal(signal_name, *message) ? 1 : 0;
+    LOG_DEBUG("SendTermsDbusSignal result: [%d]", result);
+    return result;
+}
+
+int SendTermsDbusSyncMessage(const char* service_name, const char* destination,
+                             TermsDbusMessage* request, TermsDbusMessage* reply, int timeout_ms) {
+    if (service_name == nullptr || destination == nullptr) {
+        LOG_SYSTEM("%s", kNullName);
+        return 0;
+    }
+    TermsDbusServer* server = m_GetTermsDbusServerInstance(service_name);
+    if (server == nullptr || request == nullptr || reply == nullptr) {
+        return 0;
+    }
+    const int result =
+        server->SendDbusSyncMessage(destination, *request, *reply, timeout_ms) ? 1 : 0;
+    LOG_DEBUG("SendTermsDbusSyncMessage result: [%d]", result);
+    return result;
+}
+
+int CloseTermsDbusServer(const char* service_name) {
+    if (service_name == nullptr) {
+        LOG_SYSTEM("%s", kNullName);
+        return 0;
+    }
+    TermsDbusServer* server = m_GetTermsDbusServerInstance(service_name);
+    if (server == nullptr) {
+        LOG_SYSTEM("CloseTermsDbusServer fail !!! service name [%s]", service_name);
+        return 0;
+    }
+    server->CloseDbusServer();
+    LOG_SYSTEM("CloseTermsDbusServer Finish, service name [%s]", service_name);
+    m_ReleaseTermsDbusServerInstance(server);
+    return 1;
+}
+
+void InitiateTermsDbusMessage(TermsDbusMessage* record, char* from, uint32_t code, char* type,
+                              char* message, uint8_t* buffer, uint32_t buffer_size) {
+    if (record != nullptr) {
+        *record = {from, code, type, message, buffer, buffer_size};
+    }
+}
+
+void ReleaseTermsDbusMessage(TermsDbusMessage* record) {
+    if (record == nullptr) {
+        return;
+    }
+    Release(record->from);
+    Release(record->type);
+    Release(record->message);
+    Release(record->buffer);
+}
+
+char* DuplicateTermsDbusText(const char* text) {
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const std::size_t size = std::strlen(text) + 1;
+    char* copy = new (std::nothrow) char[size];
+    return copy != nullptr ? static_cast<char*>(std::memcpy(copy, text, size)) : nullptr;
+}
+
+void* AllocateTermsDbusBuffer(uint32_t size) {
+    return new (std::nothrow) uint8_t[size];
 }

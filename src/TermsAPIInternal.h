@@ -5,6 +5,7 @@
 #include <string>
 
 #include "TermsAPI.h"
+#include "TermsDbusServer.h"
 #include "VerantiAPI.h"
 
 /// The client's requester for a C caller's: 0 to 3 as they are, everything else the catch-all.
@@ -29,3 +30,15 @@ VERANTI_API void DestroyTermItem(TermsContentItem* item);
 
 /// What the thread of TriggerTermsService() does.
 VERANTI_API void m_TriggerTermsServiceAsync();
+
+/// The process's bus server, or null.
+extern VERANTI_API TermsDbusServer* g_DbusServer;
+
+/// Finds the server by its bus name or its handle name.
+/// @return null for any other name, and when there is no server.
+/// Logs "Failed to get TermsDbusServerInstance, serviceName: N" when it finds none.
+VERANTI_API TermsDbusServer* m_GetTermsDbusServerInstance(std::string name);
+
+/// Deletes a server, which may be null, and forgets the process's server, whichever was given.
+/// Logs "Delete TermsDbusServer instance" for a server.
+VERANTI_API void m_ReleaseTermsDbusServerInstance(TermsDbusServer* server);

@@ -128,7 +128,7 @@ void AskForAgreement(const std::string& id, int& isAgreed, const std::string& pr
         if (reply["result"].asBool()) {
             isAgreed = reply["is_agreed"].asBool() ? 1 : 0;
         } else {
-            VERANTI_LOG(Log::kMain, Log::kWarning, VERANTI_LOG_YELLOW,
+            VERANTI_LOG(Log::kClient, Log::kMain, Log::kWarning, VERANTI_LOG_YELLOW,
                         "disclaimer %s is not exist!", id.c_str());
             isAgreed = 0;
         }

@@ -26,15 +26,16 @@ void Note(const std::string& line) {
     g_noted.notify_all();
 }
 
-/// Buffer, priority and colour in one word, as the client pairs them; anything else is shown as it
-/// is and matches no expectation.
-std::string Look(int logId, int priority, const std::string& colour) {
-    static const std::map<std::string, std::string> known = {{"0 3 \033[37m", "trace"},
-                                                             {"0 4 \033[32m", "info"},
-                                                             {"0 5 \033[31m", "warning"},
-                                                             {"0 5 \033[33m", "notice"},
-                                                             {"2 6 \033[31m", "system"}};
-    const std::string raw = std::to_string(logId) + ' ' + std::to_string(priority) + ' ' + colour;
+/// Tag, buffer, priority and colour in one word, as the library pairs them; anything else is shown
+/// as it is and matches no expectation.
+std::string Look(const std::string& tag, int logId, int priority, const std::string& colour) {
+    static const std::map<std::string, std::string> known = {
+        {"Veranti 0 3 \033[37m", "trace"},        {"Veranti 0 4 \033[32m", "info"},
+        {"Veranti 0 5 \033[31m", "warning"},      {"Veranti 0 5 \033[33m", "notice"},
+        {"Veranti 2 6 \033[31m", "system"},       {"dterms-dbus 0 4 \033[37m", "bus"},
+        {"dterms-dbus 0 6 \033[31m", "bus-error"}};
+    const std::string raw =
+        tag + ' ' + std::to_string(logId) + ' ' + std::to_string(priority) + ' ' + colour;
     const auto found = known.find(raw);
     return found != known.end() ? found->second : raw;
 }
@@ -101,8 +102,8 @@ int __dlog_print(int log_id, int priority, const char* tag, const char* format, 
     const std::string suffix = "\033[0m\n";
     const std::string text = format;
     const std::size_t rest = prefix.size() + 5;
-    if (std::strcmp(tag, "Veranti") != 0 || text.compare(0, prefix.size(), prefix) != 0 ||
-        text.size() < rest + suffix.size() || text.substr(text.size() - suffix.size()) != suffix) {
+    if (text.compare(0, prefix.size(), prefix) != 0 || text.size() < rest + suffix.size() ||
+        text.substr(text.size() - suffix.size()) != suffix) {
         Note("malformed log line: " + std::string(tag) + " " + text);
         return -1;
     }
@@ -124,7 +125,7 @@ int __dlog_print(int log_id, int priority, const char* tag, const char* format, 
     if (shown.find(number) != std::string::npos) {
         shown.replace(shown.find(number), number.size(), ":LINE]");
     }
-    Note("log " + Look(log_id, priority, text.substr(prefix.size(), 5)) + ' ' + file + ' ' +
+    Note("log " + Look(tag, log_id, priority, text.substr(prefix.size(), 5)) + ' ' + file + ' ' +
          function + (line > 0 ? ": " : ": no line ") + shown);
     return 0;
 }
