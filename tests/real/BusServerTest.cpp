@@ -351,7 +351,7 @@ TEST_F(BusServerTest, PayloadsGoBothWays) {
     }
 }
 
-TEST_F(BusServerTest, SoDoesTheLargestThatABusCarries) {
+TEST_F(BusServerTest, TheLargestPayloadGoesBothWays) {
     Create();
     ExpectMirrored(Bytes(4000000));  // eight times as many on the bus, which ends at 32 MiB
 }
