@@ -8,6 +8,7 @@
 #include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -17,6 +18,9 @@
 #include "Text.h"
 
 namespace {
+
+constexpr std::uintmax_t kLargestPayload = 4000000;  // on the bus eight times as many: 32 MB
+constexpr int kLongestWait = 3600000;                // an hour
 
 /// What the subcommands' options fill.
 struct Options {
@@ -356,6 +360,15 @@ std::string CheckName(const std::string& name) {
                        "with dots between them.";
 }
 
+std::string CheckFile(const std::string& path) {
+    std::error_code error;
+    const bool valid = std::filesystem::is_regular_file(path, error) &&
+                       std::filesystem::file_size(path, error) <= kLargestPayload && !error;
+    return valid ? ""
+                 : '"' + path + "\" is no file to send: give one of at most " +
+                       std::to_string(kLargestPayload) + " bytes.";
+}
+
 std::string CheckSignal(const std::string& signal) {
     return g_dbus_is_member_name(signal.c_str()) != FALSE
                ? ""
@@ -378,7 +391,7 @@ void AddBus(CLI::App& app, Action& chosen, const bool& asJson) {
     const auto addMessage = [&](CLI::App* command) {
         command->add_option("TEXT", options->text, "The message's text")->required();
         command->add_option("--buffer", options->file, "A file whose bytes go with it")
-            ->check(CLI::ExistingFile);
+            ->check(CheckFile);
         command->add_option("--type", options->type, "The message's type")->capture_default_str();
         command->add_option("--code", options->code, "The message's code")->capture_default_str();
     };
@@ -392,7 +405,7 @@ void AddBus(CLI::App& app, Action& chosen, const bool& asJson) {
                          [options](CVerantiAPI&) { return Call(*options); });
     addMessage(call);
     call->add_option("--timeout", options->timeout, "How long to wait, in milliseconds")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Range(1, kLongestWait))
         ->capture_default_str();
     CLI::App* signal = add("signal", "Own a name for a moment and send a signal from it",
                            [options](CVerantiAPI&) { return Signal(*options); });
