@@ -182,13 +182,8 @@ TEST_F(CInterfaceTest, EachCallAnswersLogsAndSends) {
         const std::string stored = each.get(5, R"({"yes":"true","no":"false"})").asString();
         ThePlatform().store = {{"db/veranti/disclaimeragrees", stored}};
         ServeAlways(each[2].asString());
-        EXPECT_EQ(Perform(each[0].asString(), argument.isNull() ? nullptr : argument.asCString()),
-                  each[3].asString());
-        Lines expected;
-        for (const Json::Value& line : each[4]) {
-            expected.push_back(line.asString());
-        }
-        EXPECT_EQ(Seen(), expected);
+        EXPECT_EQ(Perform(each[0].asString(), TextOrNull(argument)), each[3].asString());
+        EXPECT_EQ(Seen(), ToTexts(each[4]));
     }
 }
 

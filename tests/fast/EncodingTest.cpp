@@ -47,18 +47,6 @@ struct Received : TermsDbusMessage {
     std::uint8_t m_untouched[1] = {};
 };
 
-/// The journal's lines for log lines of one function.
-Lines LogLines(const std::string& function, const Json::Value& lines) {
-    Lines expected;
-    for (const Json::Value& line : lines) {
-        const std::string text = line.asString();
-        const std::size_t look = text.find(' ');
-        expected.push_back("log " + text.substr(0, look) + " TermsDbusUtil.cpp " + function + ": " +
-                           text.substr(look + 1));
-    }
-    return expected;
-}
-
 TEST(EncodingTest, TuplesBecomeRecords) {
     for (const Json::Value& each : ReadCases("decodings")) {
         SCOPED_TRACE(each[0].asString());
@@ -67,7 +55,7 @@ TEST(EncodingTest, TuplesBecomeRecords) {
         ThePlatform().Reset();
         EXPECT_TRUE(TermsDbusUtil::MakeParamsToMessage(tuple.get(), record));
         EXPECT_EQ(record.Show(), each[1].asString());
-        EXPECT_EQ(ThePlatform().journal, LogLines("MakeParamsToMessage", each[2]));
+        EXPECT_EQ(ThePlatform().journal, ToTexts(each[2]));
     }
     Received record;
     EXPECT_FALSE(TermsDbusUtil::MakeParamsToMessage(nullptr, record));
@@ -79,9 +67,7 @@ TEST(EncodingTest, TuplesBecomeRecords) {
 TEST(EncodingTest, RecordsBecomeTuples) {
     for (const Json::Value& each : ReadCases("encodings")) {
         const Json::Value& fields = each[0];
-        const auto text = [&](int field) {
-            return fields[field].isNull() ? nullptr : const_cast<char*>(fields[field].asCString());
-        };
+        const auto text = [&](int field) { return const_cast<char*>(TextOrNull(fields[field])); };
         TermsDbusMessage record;
         InitiateTermsDbusMessage(&record, text(0), fields[1].asUInt(), text(2), text(3),
                                  reinterpret_cast<std::uint8_t*>(text(4)), fields[5].asUInt());

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 inline Json::Value ReadCases(const std::string& name) {
     std::ifstream file(std::string(CASES_PATH) + '/' + name + ".json");
@@ -16,4 +17,18 @@ inline Json::Value ReadCases(const std::string& name) {
         throw std::runtime_error(name + ": " + errors);
     }
     return cases;
+}
+
+/// The texts of an array.
+inline std::vector<std::string> ToTexts(const Json::Value& array) {
+    std::vector<std::string> texts;
+    for (const Json::Value& text : array) {
+        texts.push_back(text.asString());
+    }
+    return texts;
+}
+
+/// A text, or null for null.
+inline const char* TextOrNull(const Json::Value& text) {
+    return text.isNull() ? nullptr : text.asCString();
 }
