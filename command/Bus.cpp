@@ -63,12 +63,17 @@ struct Incoming : TermsDbusMessage {
     Incoming& operator=(const Incoming&) = delete;
 };
 
+/// A text of a received record, which has none when the sender's bytes were of another type.
+const char* Text(const char* text) {
+    return text != nullptr ? text : "";
+}
+
 Json::Value ToJson(const TermsDbusMessage& message) {
     Json::Value json;
-    json["from"] = message.from;
+    json["from"] = Text(message.from);
     json["code"] = message.code;
-    json["type"] = message.type;
-    json["message"] = message.message;
+    json["type"] = Text(message.type);
+    json["message"] = Text(message.message);
     json["buffer"] = Json::nullValue;
     if (message.buffer != nullptr) {
         const std::unique_ptr<char, decltype(&g_free)> base64(
@@ -79,12 +84,12 @@ Json::Value ToJson(const TermsDbusMessage& message) {
 }
 
 std::string ToText(const TermsDbusMessage& message) {
-    std::string text = OneLine(message.from) + " (" + OneLine(message.type) + ", code " +
-                       std::to_string(message.code);
+    std::string text = OneLine(Text(message.from)) + " (" + OneLine(Text(message.type)) +
+                       ", code " + std::to_string(message.code);
     if (message.buffer != nullptr) {
         text += ", " + std::to_string(message.buffer_size) + " bytes";
     }
-    return text + "): " + OneLine(message.message);
+    return text + "): " + OneLine(Text(message.message));
 }
 
 /// Prints what happens, while it happens.

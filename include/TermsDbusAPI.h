@@ -68,7 +68,8 @@ typedef void (*TermsDbusNameCallback)(void* user_data);
 
 /// Called for each message. It must not throw.
 /// @param method "SendMessage" or "SendMessageWithBuffer".
-/// @param request the message, which ends with the call.
+/// @param request the message, which ends with the call. Its texts are null when the caller sent
+///   bytes of another type than "a(y)", which the bus lets pass; they are never null otherwise.
 /// @param reply empty; fill it with what DuplicateTermsDbusText() and AllocateTermsDbusBuffer()
 ///   return. The server releases it after it has answered; keep no pointer into it.
 /// @param user_data what was registered.

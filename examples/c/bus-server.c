@@ -20,10 +20,14 @@ static void lost(void* name) {
 
 static int answer(const char* method, TermsDbusMessage* request, TermsDbusMessage* reply,
                   void* name) {
+    if (request->message == NULL) {
+        return 0; /* bytes of another type than the toolkit's; the caller gets the failure message
+                   */
+    }
     const uint32_t size = request->buffer_size;
     uint8_t* bytes = AllocateTermsDbusBuffer(size);
     if (bytes == NULL) {
-        return 0; /* the caller gets the failure message */
+        return 0;
     }
     for (uint32_t i = 0; i < size; ++i) {
         bytes[i] = request->buffer[size - 1 - i];

@@ -400,6 +400,24 @@ TEST(BusProgramsTest, ExamplesAndCommandsTalk) {
     EXPECT_EQ(listener.ReadLine(), R"({"buffer":null,"code":1,"from":"caller","message":"tell )"
                                    R"(them all","signal":"Announcement","type":"announce"})");
 
+    // Bytes of another type are nothing that either end of the toolkit stumbles over.
+    const auto callWrongly = [&bus] {
+        return RunProgram({"busctl", "--address=" + bus.Address(), "call", kName,
+                           "/com/example/One", kName, "SendMessageWithBuffer", "sussay", "me", "3",
+                           "t", "m", "1", "7"})
+            .output;
+    };
+    EXPECT_EQ(callWrongly(),
+              "sussa(y) \"\" 0 \"\" \"{\\\"dbus_result\\\":\\\"fail\\\",\\\"errmsg\\\":"
+              "\\\"error handling\\\"}\" 1 0\n");
+    {
+        Program second({COMMAND_PATH, "bus", "serve", kName, "--json"});
+        EXPECT_EQ(second.ReadLine(), R"({"event":"acquired"})");
+        EXPECT_EQ(callWrongly(), "sussa(y) \"com.example.One\" 0 \"\" \"\" 1 0\n");
+    }
+    EXPECT_EQ(server.ReadLine(), "com.example.One is another's");
+    EXPECT_EQ(server.ReadLine(), "com.example.One is ours");
+
     const TemporaryFolder folder;
     const std::string file = folder.Write("bytes", "abc");
     const Outcome call = RunCommand({"bus", "call", kName, "hi", "--buffer", file, "--code", "4"});
