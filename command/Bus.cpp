@@ -46,7 +46,11 @@ struct Outgoing : TermsDbusMessage {
         text = options.text;
         if (!options.file.empty()) {
             std::ostringstream content;
-            content << std::ifstream(options.file, std::ios::binary).rdbuf();
+            std::ifstream stream(options.file, std::ios::binary);
+            if (!stream) {
+                throw std::runtime_error("cannot read \"" + options.file + "\": make it readable.");
+            }
+            content << stream.rdbuf();
             bytes = content.str();
         }
         InitiateTermsDbusMessage(this, from.data(), options.code, typeText.data(), text.data(),
@@ -251,8 +255,8 @@ Answer Call(const Options& options) {
         reply.message == nullptr) {
         return Done(false, "",
                     "No server " + options.name +
-                        " answered: start one, such as veranti bus serve " + options.name +
-                        ", or give it more time with --timeout.");
+                        " answered with a message: start one, such as veranti bus serve " +
+                        options.name + ", or give it more time with --timeout.");
     }
     Json::Value content;
     const bool refused =
@@ -294,7 +298,7 @@ Answer Signal(const Options& options) {
     Outgoing message(options);
     const bool sent = SendTermsDbusSignal(server.Name(), options.signal.c_str(), &message) != 0;
     return Done(sent, "Sent " + options.signal + " from " + options.name + '.',
-                "The bus did not take the signal: send fewer bytes.");
+                "The bus did not take the signal: see that it is up, and try again.");
 }
 
 /// Shows the signals of a name.
@@ -313,22 +317,19 @@ struct Listening {
         const char* from = nullptr;
         const char* type = nullptr;
         const char* text = nullptr;
-        Incoming message;
-        g_variant_get_child(body, 0, "&s", &from);
-        g_variant_get_child(body, 1, "u", &message.code);
-        g_variant_get_child(body, 2, "&s", &type);
-        g_variant_get_child(body, 3, "&s", &text);
-        message.from = DuplicateTermsDbusText(from);
-        message.type = DuplicateTermsDbusText(type);
-        message.message = DuplicateTermsDbusText(text);
+        TermsDbusMessage message{};  // borrows what the body holds
+        g_autoptr(GVariant) bytes = nullptr;
         if (withBytes) {
-            g_autoptr(GVariant) bytes = g_variant_get_child_value(body, 4);
+            g_variant_get(body, "(&su&s&s@a(y))", &from, &message.code, &type, &text, &bytes);
             message.buffer_size = static_cast<std::uint32_t>(g_variant_get_size(bytes));
             message.buffer =
-                static_cast<std::uint8_t*>(AllocateTermsDbusBuffer(message.buffer_size));
-            std::copy_n(static_cast<const std::uint8_t*>(g_variant_get_data(bytes)),
-                        message.buffer != nullptr ? message.buffer_size : 0, message.buffer);
+                static_cast<std::uint8_t*>(const_cast<void*>(g_variant_get_data(bytes)));
+        } else {
+            g_variant_get(body, "(&su&s&s)", &from, &message.code, &type, &text);
         }
+        message.from = const_cast<char*>(from);
+        message.type = const_cast<char*>(type);
+        message.message = const_cast<char*>(text);
         Json::Value json = ToJson(message);
         json["signal"] = signal;
         Print(self.asJson, json, std::string(signal) + ": " + ToText(message));
@@ -349,6 +350,9 @@ Answer Listen(const Options& options, bool asJson) {
     g_autoptr(GVariant) answer = g_dbus_connection_call_sync(
         connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
         "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+    if (answer == nullptr) {
+        return NoBus();
+    }
     PrintEvent(asJson, "listening", "Listening to " + options.name + '.');
     const bool done = listening.loop.Run();
     g_dbus_connection_signal_unsubscribe(connection, subscription);

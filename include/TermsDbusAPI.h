@@ -18,14 +18,21 @@
 /// ends.
 ///
 /// Unless a function says otherwise:
-/// - a result of 1 means done, 0 means not: a null text, no server under that name, or a bus that
-///   did not do it; the reason is in the log;
+/// - a result of 1 means done, 0 means not: a null argument, no server under that name, or a bus
+///   that did not do it; the log tells which, but for a null record;
 /// - it logs to the system buffer at error priority with the tag "Veranti", successes too, and a
 ///   null text as "ERROR! service or signal name, char string is NULL"; the server's own lines have
 ///   the tag "dterms-dbus";
 /// - nothing is locked: a process does not create, close and use its server from several threads at
-///   once. Callbacks run on the main loop's thread, that is the loop of the thread-default context
-///   of CreateTermsDbusServer()'s caller.
+///   once, and the running loop counts as a user. Callbacks run on the thread of the main loop,
+///   that is the loop of the thread-default context of CreateTermsDbusServer()'s caller; close the
+///   server there. A callback may close it, too;
+/// - the server uses the process's shared system bus connection. Where that was first made in
+///   another context than the server's, let the server's context go on until it is idle before you
+///   close the server of a bus that has gone: an event of the end may still be on its way;
+/// - a name, path or time limit that GDBus does not take (a signal called "no name", a limit below
+///   -1) is also reported by GLib, as a critical warning;
+/// - without memory the process ends, or std::bad_alloc passes through the function.
 #pragma once
 
 // NOLINTBEGIN(modernize-deprecated-headers,modernize-use-using): this is C
@@ -50,7 +57,8 @@ typedef struct TermsDbusMessage {
     char* message;  ///< the text
     /// Bytes beside the text, or null. They are sent from where they are, without a copy. On the
     /// bus each of them takes eight bytes, so a bus with the usual limit of 32 MiB for a message
-    /// carries at most 4 MB. One byte of value 0 stands for no bytes and arrives as null.
+    /// carries at most 4 MB, and cuts off who sends more. One byte of value 0 stands for no bytes
+    /// and arrives as null.
     uint8_t* buffer;
     uint32_t buffer_size;  ///< the number of bytes at buffer; 0 when there are none
 } TermsDbusMessage;
@@ -98,15 +106,20 @@ VERANTI_API void RegisterTermsDbusCallback(const char* service_name, TermsDbusCa
                                            void* callback, void* user_data);
 
 /// Puts the server on the system bus. One that is there already is closed first.
-/// @param name the bus name, letters, digits, "_" and "." only. The bus decides about it later: the
-///   name callbacks tell.
+/// @param name the bus name: two or more words with dots between them, at most 255 characters. A
+///   word has letters, digits and "_", and does not begin with a digit. Who owns the name is the
+///   bus's decision, and comes later: the name callbacks tell.
+/// @return 1, or 0 at the first step that fails. What came before it stays, such as the request for
+///   the name, until CloseTermsDbusServer().
 /// Logs "CreateTermsDbusServer Sucess" or "CreateTermsDbusServer Fail".
 VERANTI_API int CreateTermsDbusServer(const char* name);
 
 /// Sends a signal to everybody who listens, from the server's object and interface.
 /// @param service_name either name of the server.
 /// @param signal_name the signal's name, letters, digits and "_" only.
-/// @param message its body; null gives 0. It may be changed or released after the call.
+/// @param message its body; null gives 0. It may be changed or released after the call, unless the
+///   process prints its messages (G_DBUS_DEBUG) or filters them on the shared connection: then its
+///   bytes must stay until the message is out.
 /// Logs "SendTermsDbusSignal result: [R]" (debug, main buffer).
 VERANTI_API int SendTermsDbusSignal(const char* service_name, const char* signal_name,
                                     TermsDbusMessage* message);
@@ -117,7 +130,8 @@ VERANTI_API int SendTermsDbusSignal(const char* service_name, const char* signal
 /// @param destination the other's bus name.
 /// @param request what to send, with or without bytes; null gives 0.
 /// @param reply an empty record that is filled when the result is 1, also with the other's failure
-///   message; give it back with ReleaseTermsDbusMessage(). Null gives 0.
+///   message; give it back with ReleaseTermsDbusMessage(). It stays empty, with null texts, when
+///   the other answers with something else than a message. Null gives 0.
 /// @param timeout_ms the longest wait in milliseconds; -1 is GDBus's own limit (25 s).
 /// Logs "SendTermsDbusSyncMessage result: [R]" (debug, main buffer).
 VERANTI_API int SendTermsDbusSyncMessage(const char* service_name, const char* destination,

@@ -87,9 +87,9 @@ TEST(EncodingTest, RecordsBecomeTuples) {
     }
     TermsDbusMessage invalid{};
     char notUtf8[] = "a\xff";
-    invalid.message = notUtf8;
+    invalid.from = invalid.type = invalid.message = notUtf8;
     EXPECT_EQ(Print(Keep(TermsDbusUtil::MakeSignalDataToParams(invalid)).get()),
-              "('', uint32 0, '', 'a\xef\xbf\xbd')");
+              "('a\xef\xbf\xbd', uint32 0, 'a\xef\xbf\xbd', 'a\xef\xbf\xbd')");
     EXPECT_EQ(Print(Keep(TermsDbusUtil::MakeFailResponseToParams()).get()),
               R"(('', uint32 0, '', '{"dbus_result":"fail","errmsg":"error handling"}', )"
               R"([(byte 0x00,)]))");

@@ -83,7 +83,7 @@ class BusServerTest : public testing::Test {
     BusServerTest() {
         ThePlatform().Reset();
         InitiateTermsDbusServer(kHandle);
-        for (const auto type : {TERMS_DBUS_CALLBACK_NAME_ACQUIRED, TERMS_DBUS_CALLBACK_NAME_LOST}) {
+        for (const auto type : {TERMS_DBUS_CALLBACK_NAME_LOST, TERMS_DBUS_CALLBACK_NAME_ACQUIRED}) {
             const TermsDbusNameCallback count = [](void* counter) {
                 ++*static_cast<int*>(counter);
             };
@@ -160,6 +160,23 @@ TEST_F(BusServerTest, EachStepOfCreationIsLoggedUpToTheOneThatFails) {
     }
     EXPECT_TRUE(g_DbusServer->CloseDbusServer());
     EXPECT_TRUE(g_DbusServer->CloseDbusServer());
+    EXPECT_EQ(g_DbusServer->getDbusServiceName(), kName);
+}
+
+TEST_F(BusServerTest, NothingIsLeftOfAServerThatIsClosed) {
+    Create();
+    const Handle<GDBusConnection> shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    const std::string owner = g_dbus_connection_get_unique_name(shared.get());
+    TermsDbusServer* const server = g_DbusServer;
+    m_ReleaseTermsDbusServerInstance(new TermsDbusServer("another"));
+    EXPECT_EQ(g_DbusServer, nullptr);  // whichever server was given
+    g_DbusServer = server;
+    CloseTermsDbusServer(kName);
+    const Outcome run = WhileServing([&] {
+        return RunProgram({"busctl", "--address=" + m_bus.Address(), "call", owner,
+                           "/com/example/One", kName, "SendMessage", "suss", "", "0", "", ""});
+    });
+    EXPECT_EQ(run.errors, "Call failed: Object does not exist at path “/com/example/One”\n");
 }
 
 TEST_F(BusServerTest, WhatCannotBeDecodedIsNotAnswered) {
@@ -211,7 +228,7 @@ TEST_F(BusServerTest, ItCallsServersThatAreNotItsOwn) {
         TermsDbusMessage request = Message("hello");
         Received reply;
         TakeLogs();
-        SendTermsDbusSyncMessage(kName, kOther, &request, &reply, -1);
+        SendTermsDbusSyncMessage(kName, each[4].asCString(), &request, &reply, -1);
         EXPECT_EQ(TakeLogs(), ToTexts(each[3]));
         EXPECT_STREQ(reply.message, TextOrNull(each[1]));
         EXPECT_EQ(reply.buffer_size, each[2].asUInt());

@@ -39,7 +39,13 @@ BusPeer::BusPeer(const std::string& name, Script script) : m_script(std::move(sc
 BusPeer::BusPeer(const std::string& sender) : BusPeer(sender, nullptr) {}
 
 BusPeer::~BusPeer() {
-    g_main_loop_quit(m_loop);
+    // A source of the peer's own, so that it ends also when its loop has yet to start.
+    GSource* source = g_idle_source_new();
+    g_source_set_callback(
+        source, [](void* loop) { return g_main_loop_quit(static_cast<GMainLoop*>(loop)), 0; },
+        m_loop, nullptr);
+    g_source_attach(source, m_context);
+    g_source_unref(source);
     m_thread.join();
     g_main_loop_unref(m_loop);
     g_main_context_unref(m_context);
