@@ -10,7 +10,7 @@ static int call(const char* own, const char* server, char* type, char* text, uin
     TermsDbusMessage reply;
     InitiateTermsDbusMessage(&request, "caller", 1, type, text, bytes, size);
     InitiateTermsDbusMessage(&reply, NULL, 0, NULL, NULL, NULL, 0);
-    if (!SendTermsDbusSyncMessage(own, server, &request, &reply, 5000) || reply.message == NULL) {
+    if (!SendTermsDbusSyncMessage(own, server, &request, &reply, -1) || reply.message == NULL) {
         fprintf(stderr, "No answer from %s: start it first.\n", server);
         return 0;
     }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <climits>
 #include <csignal>
 #include <iterator>
 #include <numeric>
@@ -242,7 +243,7 @@ void ExpectMirrored(std::vector<std::uint8_t> bytes) {
     });
     TermsDbusMessage request = Message("m", bytes.data(), bytes.size());
     Received reply;
-    EXPECT_EQ(SendTermsDbusSyncMessage(kHandle, kOther, &request, &reply, -1), 1);
+    EXPECT_EQ(SendTermsDbusSyncMessage(kHandle, kOther, &request, &reply, INT_MAX), 1);
     if (bytes == std::vector<std::uint8_t>{0}) {  // stands for nothing
         bytes.clear();
     }
