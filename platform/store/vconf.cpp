@@ -70,9 +70,16 @@ std::string Root() {
     return std::string(g_get_user_state_dir()) + "/veranti/store";
 }
 
+/// What a folder lets its user, its group and everybody do. What is made in it allows the same, so
+/// that the root decides who may read the store.
+mode_t PermissionsOf(int folder) {
+    struct stat status {};
+    return fstat(folder, &status) == 0 ? status.st_mode & 0777U : 0700U;
+}
+
 /// Makes a folder that is missing, for good: its entry is on the disk.
 bool MakeFolder(int parent, const char* name) {
-    if (mkdirat(parent, name, 0700) != 0) {
+    if (mkdirat(parent, name, PermissionsOf(parent)) != 0) {
         return errno == EEXIST;
     }
     return fsync(parent) == 0;
@@ -196,8 +203,9 @@ int Write(std::string_view key, const char* value) {
     constexpr auto kSafe = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
                                                               G_FILE_SET_CONTENTS_DURABLE);
     const std::string path = PathThrough(folder, name);
+    const auto mode = static_cast<int>(PermissionsOf(folder.get()) & 0666U);
     g_autoptr(GError) error = nullptr;
-    if (g_file_set_contents_full(path.c_str(), value, -1, kSafe, 0600, &error) == FALSE) {
+    if (g_file_set_contents_full(path.c_str(), value, -1, kSafe, mode, &error) == FALSE) {
         errno = ErrorNumber(*error);
         return -1;
     }

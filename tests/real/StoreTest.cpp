@@ -24,6 +24,19 @@ class StoreTest : public testing::Test {
     TemporaryStore m_store;
 };
 
+TEST_F(StoreTest, TheRootDecidesWhoMayRead) {
+    namespace fs = std::filesystem;
+    umask(022);
+    for (const auto mode : {fs::perms(0700), fs::perms(0755)}) {
+        fs::permissions(m_store.Path(), mode);
+        const std::string folder = m_store.Path() + "/db" + std::to_string(unsigned(mode));
+        EXPECT_EQ(vconf_set_str((folder.substr(m_store.Path().size() + 1) + "/key").c_str(), ""),
+                  0);
+        EXPECT_EQ(fs::status(folder).permissions(), mode);
+        EXPECT_EQ(fs::status(folder + "/key").permissions(), mode & fs::perms(0666));
+    }
+}
+
 TEST_F(StoreTest, KeepsTexts) {
     EXPECT_EQ(Get("db/a/b"), "(null)");
     EXPECT_EQ(errno, ENOENT);
