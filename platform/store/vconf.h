@@ -3,10 +3,11 @@
 ///
 /// On this host a key is the path of a file below the store's root, such as
 /// "db/veranti/terms_title". The root is VERANTI_STORE, else "veranti/store" in the user's state
-/// folder. Who may read the root may read the keys. A key that is null, empty or absolute, or that has an empty, "." or ".." component, is
-/// refused, and no symbolic link below the root is followed. A reader sees the old text or the new
-/// one, never a part, also when the writer is killed; that may leave its temporary file (the key's
-/// name with six letters behind it) beside the key.
+/// folder. Who may read the root may read the keys. A key that is null, empty or absolute, or that
+/// has an empty, "." or ".." component, is refused, and no symbolic link below the root is
+/// followed. A reader sees the old text or the new one, never a part, also when the writer is
+/// killed; that may leave its temporary file (the key's name with six letters behind it) beside the
+/// key.
 #pragma once
 
 #pragma GCC visibility push(default)
