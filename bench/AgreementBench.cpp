@@ -7,7 +7,6 @@
 #include <vconf.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -63,8 +62,7 @@ void Measure(int rounds) {
         std::vector<Contender> contenders = {{"the library", [&id] { ThroughTheLibrary(id); }},
                                              {"by hand", [&] { ByHand(path, id); }}};
         RunInterleaved(contenders, std::max(10, rounds * 10 / terms));
-        std::printf("%d terms\n", terms);
-        PrintRatios(contenders);
+        PrintRatios("an agreement of " + std::to_string(terms), contenders);
     }
 }
 

@@ -40,12 +40,15 @@ void RunInterleaved(std::vector<Contender>& contenders, int rounds) {
     RunRounds(contenders, rounds);
 }
 
-void PrintRatios(const std::vector<Contender>& contenders) {
+void PrintRatios(const std::string& what, const std::vector<Contender>& contenders) {
     const double first = contenders.front().Median();
+    std::printf("\n| %s | median | %s / this |\n|---|---:|---:|\n", what.c_str(),
+                contenders.front().name.c_str());
     for (const Contender& each : contenders) {
-        std::printf("%-15s %9.1f us   %s/this %.3f\n", each.name.c_str(), each.Median(),
-                    contenders.front().name.c_str(), first / each.Median());
+        std::printf("| %s | %.1f us | %.2f |\n", each.name.c_str(), each.Median(),
+                    first / each.Median());
     }
+    std::fflush(stdout);
 }
 
 void Check(bool good, const char* what) {
@@ -55,10 +58,15 @@ void Check(bool good, const char* what) {
 }
 
 int RunBench(int argc, char** argv, int rounds, void (*measure)(int rounds)) {
+    const std::string given = argc > 1 ? argv[1] : std::to_string(rounds);
+    const long wanted = std::strtol(given.c_str(), nullptr, 10);
+    if (wanted < 1 || wanted > 1000000 || std::to_string(wanted) != given) {
+        std::cerr << argv[0] << ": \"" << given
+                  << "\" is no number of rounds; give 1 to 1000000.\n";
+        return 2;
+    }
     try {
-        const int wanted = argc > 1 ? std::stoi(argv[1]) : rounds;
-        Check(wanted > 0, "ROUNDS must be a number from 1 on");
-        measure(wanted);
+        measure(static_cast<int>(wanted));
         return EXIT_SUCCESS;
     } catch (const std::exception& error) {
         std::cerr << argv[0] << ": " << error.what() << std::endl;

@@ -17,8 +17,8 @@ struct Contender {
 /// Runs a tenth of the rounds to warm everything up, then the rounds, and keeps their times.
 void RunInterleaved(std::vector<Contender>& contenders, int rounds);
 
-/// Prints the median of each, and how the first one's compares with it.
-void PrintRatios(const std::vector<Contender>& contenders);
+/// Prints a table: the median of each, and how the first one's compares with it.
+void PrintRatios(const std::string& what, const std::vector<Contender>& contenders);
 
 /// Throws when a contender did not get what it should.
 void Check(bool good, const char* what);
