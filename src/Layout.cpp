@@ -31,6 +31,42 @@ static_assert(offsetof(TermsContentItem, ppDetailData) == At(84, 152));
 static_assert(offsetof(TermsContentItem, nDetailDataCount) == At(88, 160));
 static_assert(sizeof(TermsContentItem) == At(92, 168));
 
+using Item = STHomeDisclaimerContentItem;
+constexpr std::size_t kItem[] = {offsetof(Item, strItemId),
+                                 offsetof(Item, nOrder),
+                                 offsetof(Item, strVersion),
+                                 offsetof(Item, strTitle),
+                                 offsetof(Item, strIntro),
+                                 offsetof(Item, strDetails),
+                                 offsetof(Item, strButton1),
+                                 offsetof(Item, strButton2),
+                                 offsetof(Item, strButton3),
+                                 offsetof(Item, strButton4),
+                                 offsetof(Item, strButton5),
+                                 offsetof(Item, strButton6),
+                                 offsetof(Item, strButton7),
+                                 offsetof(Item, strButton8),
+                                 offsetof(Item, strButton9),
+                                 offsetof(Item, strButton10),
+                                 offsetof(Item, bIsAgreed),
+                                 offsetof(Item, bOnlyNotice),
+                                 offsetof(Item, strAgreeDependency),
+                                 offsetof(Item, bPPUsed),
+                                 offsetof(Item, bReverse),
+                                 offsetof(Item, vecDetailData),
+                                 sizeof(Item)};
+
+template <std::size_t Count>
+constexpr bool Ascending(const std::size_t (&offsets)[Count]) {
+    for (std::size_t i = 1; i < Count; ++i) {
+        if (offsets[i - 1] >= offsets[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(Ascending(kItem));
+
 static_assert(offsetof(TermsDbusMessage, from) == 0);
 static_assert(offsetof(TermsDbusMessage, code) == kPointer);
 static_assert(offsetof(TermsDbusMessage, type) == 2 * kPointer);

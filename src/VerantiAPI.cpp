@@ -12,8 +12,8 @@
 
 namespace {
 
-// A plain flag that the getters read before they lock: it has always been so, and callers get the
-// instance before they start threads.
+// A plain flag that the getters read before they lock: it has always been so. Who needs more makes
+// the instance before starting threads.
 bool s_bInitialised = false;
 
 GMutex s_Mutex;  // zero is its initial state
@@ -111,104 +111,6 @@ void HandOver(std::unique_ptr<STHomeDisclaimerContentItem> item,
               std::vector<STHomeDisclaimerContentItem*>& items) {
     items.push_back(item.get());
     static_cast<void>(item.release());
-}
-
-/// Asks the service for an agreement. The answer is only logged and written for the moment: the
-/// stored agreement has the last word.
-void AskForAgreement(const std::string& id, int& isAgreed, const std::string& productType) {
-    CTermsExchange exchange;
-    if (exchange.IsProxyOpen()) {
-        exchange.Protocol() = "common_protocol";
-        Json::Value& request = exchange.RequestBody();
-        request["request_type"] = "get disclaimer agreement";
-        request["product_type"] = productType;
-        request["request_item"] = id;
-        exchange.m_SendTermsRequest();
-        Json::Value& reply = exchange.ReplyBody();
-        if (reply["result"].asBool()) {
-            isAgreed = reply["is_agreed"].asBool() ? 1 : 0;
-        } else {
-            VERANTI_LOG(Log::kClient, Log::kMain, Log::kWarning, VERANTI_LOG_YELLOW,
-                        "disclaimer %s is not exist!", id.c_str());
-            isAgreed = 0;
-        }
-    }
-    LOG_INFO("get value : %d", isAgreed);
-}
-
-/// The stored agreements as far as they could be read.
-struct StoredAgreements {
-    enum class State { Missing, Empty, NotJson, Read } state = State::Missing;
-    std::string text;
-    Json::Value value;
-};
-
-StoredAgreements ReadAgreements(const std::string& id) {
-    using State = StoredAgreements::State;
-    StoredAgreements stored;
-    LOG_WARNING("requested ID %s", id.c_str());
-    std::optional<std::string> text = Platform::StoredText(kAgreementsKey);
-    if (!text) {
-        return stored;
-    }
-    stored.text = std::move(*text);
-    LOG_INFO("Get vconf savedData: %s", stored.text.c_str());
-    if (stored.text.empty()) {
-        stored.state = State::Empty;
-    } else {
-        stored.state = ParseJson(stored.text, stored.value) ? State::Read : State::NotJson;
-    }
-    return stored;
-}
-
-bool IsStored(const std::string& id) {
-    using State = StoredAgreements::State;
-    StoredAgreements stored = ReadAgreements(id);
-    switch (stored.state) {
-        case State::Missing:
-            LOG_WARNING("vconf get str failed");
-            return false;
-        case State::Empty:
-            LOG_WARNING("Empty Data");
-            return false;
-        case State::NotJson:
-            LOG_WARNING("parser failed : \n %s", stored.text.c_str());
-            return false;
-        case State::Read:
-            break;
-    }
-    if (stored.value[id].empty()) {
-        LOG_WARNING("%s does not exist", id.c_str());
-        return false;
-    }
-    LOG_WARNING("%s  exist", id.c_str());
-    return true;
-}
-
-int StoredAgreement(const std::string& id) {
-    using State = StoredAgreements::State;
-    StoredAgreements stored = ReadAgreements(id);
-    switch (stored.state) {
-        case State::Missing:
-            LOG_WARNING("vconf get str failed, agreement = false");
-            return 0;
-        case State::Empty:
-            LOG_WARNING("Empty Data, agreement = false");
-            return 0;
-        case State::NotJson:
-            LOG_WARNING("parser failed : \n %s , agreement = false", stored.text.c_str());
-            return 0;
-        case State::Read:
-            break;
-    }
-    const Json::Value& agreement = stored.value[id];
-    if (!agreement.isString()) {
-        LOG_WARNING("%s is not string type", id.c_str());
-        return 0;
-    }
-    const std::string text = agreement.asString();
-    LOG_INFO("agreement %s.", text.c_str());
-    return text == "true" ? 1 : 0;
 }
 
 }  // namespace
@@ -479,7 +381,7 @@ bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*
         ReadRevisedFields(disclaimers[i], *item);
         LOG_WARNING("id %s", item->strItemId.c_str());
         Json::Value details;
-        const bool parsed = ParseJson(item->strDetails, details);
+        const bool parsed = ParseJson(item->strDetails, details);  // what it throws comes first
         LOG_DEBUG("datailData=%s", item->strDetails.c_str());
         AppendSections(parsed, details, *item);
         HandOver(std::move(item), vecItems);
@@ -558,7 +460,28 @@ bool CVerantiAPI::IsDisclaimerItemExist(const std::string& strItemId, std::strin
         return exchange.Succeeds();
     }
     try {
-        return IsStored(strItemId);
+        LOG_WARNING("requested ID %s", strItemId.c_str());
+        const std::optional<std::string> stored = Platform::StoredText(kAgreementsKey);
+        if (!stored) {
+            LOG_WARNING("vconf get str failed");
+            return false;
+        }
+        LOG_INFO("Get vconf savedData: %s", stored->c_str());
+        if (stored->empty()) {
+            LOG_WARNING("Empty Data");
+            return false;
+        }
+        Json::Value agreements;
+        if (!ParseJson(*stored, agreements)) {
+            LOG_WARNING("parser failed : \n %s", stored->c_str());
+            return false;
+        }
+        if (agreements[strItemId].empty()) {
+            LOG_WARNING("%s does not exist", strItemId.c_str());
+            return false;
+        }
+        LOG_WARNING("%s  exist", strItemId.c_str());
+        return true;
     } catch (const std::exception& error) {
         LOG_SYSTEM("Exception Handled by %s", error.what());
         return false;
@@ -569,12 +492,56 @@ int CVerantiAPI::GetDisclaimerItemAgreement(const std::string& strItemId, int* p
                                             std::string productType) {
     if (productType != kSet) {
         IsServiceAvailable();
-        AskForAgreement(strItemId, *pIsAgreed, productType);
+        CTermsExchange exchange;
+        if (exchange.IsProxyOpen()) {
+            exchange.Protocol() = "common_protocol";
+            Json::Value& request = exchange.RequestBody();
+            request["request_type"] = "get disclaimer agreement";
+            request["product_type"] = productType;
+            request["request_item"] = strItemId;
+            exchange.m_SendTermsRequest();
+            Json::Value& reply = exchange.ReplyBody();
+            if (reply["result"].asBool()) {
+                *pIsAgreed = reply["is_agreed"].asBool() ? 1 : 0;
+            } else {
+                VERANTI_LOG(Log::kClient, Log::kMain, Log::kWarning, VERANTI_LOG_YELLOW,
+                            "disclaimer %s is not exist!", strItemId.c_str());
+                *pIsAgreed = 0;
+            }
+        }
+        LOG_INFO("get value : %d", *pIsAgreed);
         // No return: what is stored decides for every product, and the service's answer is for the
         // log.
     }
     try {
-        *pIsAgreed = StoredAgreement(strItemId);
+        LOG_WARNING("requested ID %s", strItemId.c_str());
+        const std::optional<std::string> stored = Platform::StoredText(kAgreementsKey);
+        if (!stored) {
+            LOG_WARNING("vconf get str failed, agreement = false");
+            *pIsAgreed = 0;
+            return 0;
+        }
+        LOG_INFO("Get vconf savedData: %s", stored->c_str());
+        if (stored->empty()) {
+            *pIsAgreed = 0;
+            LOG_WARNING("Empty Data, agreement = false");
+            return 0;
+        }
+        Json::Value agreements;
+        if (!ParseJson(*stored, agreements)) {
+            *pIsAgreed = 0;
+            LOG_WARNING("parser failed : \n %s , agreement = false", stored->c_str());
+            return 0;
+        }
+        const Json::Value& agreement = agreements[strItemId];
+        if (!agreement.isString()) {
+            LOG_WARNING("%s is not string type", strItemId.c_str());
+            *pIsAgreed = 0;
+            return 0;
+        }
+        const std::string text = agreement.asString();
+        *pIsAgreed = text == "true" ? 1 : 0;
+        LOG_INFO("agreement %s.", text.c_str());
     } catch (const std::exception& error) {
         LOG_SYSTEM("Exception Handled by %s", error.what());
     }

@@ -5,6 +5,9 @@
 
 #include <algorithm>
 
+// The builders are made for each call: a static one would be gone for whoever calls while the
+// process ends.
+
 namespace Corvane::Wire {
 
 std::string ObjectPath(std::string_view busName) {
@@ -14,22 +17,16 @@ std::string ObjectPath(std::string_view busName) {
 }
 
 std::string ToText(const Json::Value& value) {
-    static const Json::StreamWriterBuilder builder = [] {
-        Json::StreamWriterBuilder made;
-        made["indentation"] = "";
-        return made;
-    }();
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
     return Json::writeString(builder, value);
 }
 
 bool FromText(std::string_view text, Json::Value& value) {
-    static const Json::CharReaderBuilder builder = [] {
-        Json::CharReaderBuilder made;
-        made["allowComments"] = false;
-        made["allowTrailingCommas"] = false;
-        made["failIfExtra"] = true;
-        return made;
-    }();
+    Json::CharReaderBuilder builder;
+    builder["allowComments"] = false;
+    builder["allowTrailingCommas"] = false;
+    builder["failIfExtra"] = true;
     const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     try {
         Json::Value read;
