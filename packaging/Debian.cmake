@@ -48,8 +48,10 @@ package(tools veranti-tools utils
         "The command veranti asks a terms service. The simulator is one, and\n\
 starts when it is asked.")
 
+set(scripts postinst prerm postrm)
 foreach(component RUNTIME HOST)
     set(CPACK_DEBIAN_${component}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
 endforeach()
-set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst)
+list(TRANSFORM scripts PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/debian/)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA ${scripts})
 include(CPack)
