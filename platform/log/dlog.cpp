@@ -55,7 +55,7 @@ void OpenDescriptor(Sink& sink, int descriptor) {
 }
 
 void ReadSinkName(Sink& sink) {
-    const char* name = std::getenv("VERANTI_LOG");
+    const char* name = secure_getenv("VERANTI_LOG");
     if (name == nullptr || *name == '\0') {
         return;
     }
@@ -67,8 +67,11 @@ void ReadSinkName(Sink& sink) {
         OpenDescriptor(sink, STDERR_FILENO);
         return;
     }
-    const int file = open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, 0600);
+    // A pipe that nobody reads is refused rather than waited for; who reads one is waited for.
+    const int file =
+        open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
     if (file >= 0) {
+        fcntl(file, F_SETFL, O_APPEND);
         OpenDescriptor(sink, file);
         return;
     }
@@ -79,7 +82,7 @@ void ReadSinkName(Sink& sink) {
 }
 
 void ReadLeastLevel(Sink& sink) {
-    const char* name = std::getenv("VERANTI_LOG_LEVEL");
+    const char* name = secure_getenv("VERANTI_LOG_LEVEL");
     if (name == nullptr || *name == '\0') {
         return;
     }

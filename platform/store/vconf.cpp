@@ -63,7 +63,7 @@ std::pair<std::string_view, std::string> Split(std::string_view key) {
 }
 
 std::string Root() {
-    const char* root = std::getenv("VERANTI_STORE");
+    const char* root = secure_getenv("VERANTI_STORE");
     if (root != nullptr && *root != '\0') {
         return root;
     }
