@@ -48,7 +48,8 @@ struct Outgoing : TermsDbusMessage {
             std::ostringstream content;
             std::ifstream stream(options.file, std::ios::binary);
             if (!stream) {
-                throw std::runtime_error("cannot read \"" + options.file + "\": make it readable.");
+                throw std::runtime_error("cannot read \"" + options.file +
+                                         "\": give a file that you may read.");
             }
             content << stream.rdbuf();
             bytes = content.str();
@@ -260,7 +261,7 @@ Answer Call(const Options& options) {
     }
     Json::Value content;
     const bool refused =
-        ParseJson(reply.message, content) && content.isObject() && content["dbus_result"] == "fail";
+        ReadJson(reply.message, content) && content.isObject() && content["dbus_result"] == "fail";
     Answer answer = Done(!refused, ToText(reply),
                          "The server " + options.name + " could not handle the message.");
     answer.json = ToJson(reply);
@@ -290,10 +291,11 @@ Answer Signal(const Options& options) {
         return NoBus();
     }
     if (!acquired) {
-        return Done(false, "",
-                    "The name " + options.name +
-                        " belongs to a program that keeps it: end that program, or send from "
-                        "another name.");
+        return Done(
+            false, "",
+            "The name " + options.name +
+                " is another's or not for this user to own: end the program that has it, let the "
+                "bus's policy allow it, or send from another name.");
     }
     Outgoing message(options);
     const bool sent = SendTermsDbusSignal(server.Name(), options.signal.c_str(), &message) != 0;

@@ -82,7 +82,7 @@ std::string ToPage(const Item& item) {
         page += '\n' + wrap(item.vecDetailData[i], 0) + wrap(item.vecDetailData[i + 1], kIndent);
     }
     Json::Value sections;
-    const bool isProse = !ParseJson(item.strDetails, sections) || !sections.isArray();
+    const bool isProse = !ReadJson(item.strDetails, sections) || !sections.isArray();
     if (isProse && !item.strDetails.empty()) {
         page += '\n' + wrap(item.strDetails, kIndent);
     }

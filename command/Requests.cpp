@@ -190,7 +190,7 @@ Json::Value ReadObject(std::string text) {
         text = given.str();
     }
     Json::Value object;
-    if (!ParseJson(text, object) || !object.isObject()) {
+    if (!ReadJson(text, object) || !object.isObject()) {
         throw CLI::ValidationError("AGREEMENTS",
                                    "must be a JSON object such as {\"some_id\":\"true\"}");
     }

@@ -24,7 +24,7 @@ std::string JsonLine(const Json::Value& value) {
     return ValidUtf8(Json::writeString(writer, value));
 }
 
-bool ParseJson(const std::string& text, Json::Value& value) {
+bool ReadJson(const std::string& text, Json::Value& value) {
     Json::CharReaderBuilder builder;
     builder["failIfExtra"] = true;
     const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());

@@ -34,7 +34,7 @@ std::string JsonLine(const Json::Value& value);
 
 /// Reads JSON text.
 /// @return false when the text is not one JSON value and nothing else.
-bool ParseJson(const std::string& text, Json::Value& value);
+bool ReadJson(const std::string& text, Json::Value& value);
 
 /// Adds subcommands to the application.
 class Registrar {

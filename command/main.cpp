@@ -33,7 +33,8 @@ int Report(CVerantiAPI& client, const Answer& answer, bool asJson) {
         std::cout << answer.text << std::endl;
     }
     if (!std::cout) {
-        std::cerr << "Cannot write the answer: make room where the output goes." << std::endl;
+        std::cerr << "Cannot write the answer: what the output goes to is full or closed."
+                  << std::endl;
         return kRefused;
     }
     if (!answer.warning.empty()) {

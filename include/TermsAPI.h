@@ -2,12 +2,13 @@
 /// The C interface of the terms-and-conditions client.
 ///
 /// Every function speaks for the television itself (product type "TV") through the process's one
-/// client, which the first call makes; CVerantiAPI in VerantiAPI.h says what each request sends and
-/// reads. Calls run on the caller's thread and return with the service's answer, however long the
-/// service takes; they may be made from any thread.
+/// client, which the first call makes, so let that return before other threads call. CVerantiAPI in
+/// VerantiAPI.h says what each request sends and reads. Calls run on the caller's thread and return
+/// with the service's answer, however long the service takes; they may be made from any thread.
 ///
 /// Unless a function says otherwise:
-/// - a result of 1 means yes or done, 0 means no, refused or no answer; the reason is in the log;
+/// - a result of 1 means yes or done, 0 means no, refused or no answer, which the log does not tell
+///   apart;
 /// - it logs an empty line at info priority, tag "Veranti", before what its request logs;
 /// - texts are UTF-8, end with a NUL and are copied; nothing that is passed in has to outlive the
 ///   call; an id must not be null: a null id raises std::logic_error;
@@ -41,22 +42,22 @@ typedef enum TermsRequester VERANTI_ANY_INT {
 /// default, for a set) leaves that byte as the allocator delivered it; as a text carries no length,
 /// nobody can then tell where it ends.
 typedef struct TermsContentItem {
-    char* strItemId;   ///< "id": the key of requests for this disclaimer
-    int nOrder;        ///< "order": its position in the service's list
-    char* strVersion;  ///< "version"
-    char* strTitle;    ///< "title"
-    char* strIntro;    ///< "intro"
-    char* strDetails;  ///< "details": prose, or a JSON array of sections
-    char* strButton1;  ///< "button1", and so on: the labels of its buttons
-    char* strButton2;
-    char* strButton3;
-    char* strButton4;
-    char* strButton5;
-    char* strButton6;
-    char* strButton7;
-    char* strButton8;
-    char* strButton9;
-    char* strButton10;
+    char* strItemId;           ///< "id": the key of requests for this disclaimer
+    int nOrder;                ///< "order": its position in the service's list
+    char* strVersion;          ///< "version"
+    char* strTitle;            ///< "title"
+    char* strIntro;            ///< "intro"
+    char* strDetails;          ///< "details": prose, or a JSON array of sections
+    char* strButton1;          ///< "button1": the label of a button
+    char* strButton2;          ///< "button2": the label of a button
+    char* strButton3;          ///< "button3": the label of a button
+    char* strButton4;          ///< "button4": the label of a button
+    char* strButton5;          ///< "button5": the label of a button
+    char* strButton6;          ///< "button6": the label of a button
+    char* strButton7;          ///< "button7": the label of a button
+    char* strButton8;          ///< "button8": the label of a button
+    char* strButton9;          ///< "button9": the label of a button
+    char* strButton10;         ///< "button10": the label of a button
     int bIsAgreed;             ///< "is_agreed", 0 or 1
     int bOnlyNotice;           ///< "only_notice", 0 or 1: there is nothing to agree to
     char* strAgreeDependency;  ///< "agree_dependency": passed through
@@ -102,19 +103,23 @@ VERANTI_API void TriggerTermsService(void);
 /// Logs "requester = R" or, for null, "empty requester" in the place of the empty line.
 VERANTI_API int RequestUpdateDisclaimers(const char* requester);
 
-/// Records one agreement. Whether the service took it is in the log only.
+/// Records one agreement. Whether the service took it is not told;
+/// GetDisclaimerItemAgreement() shows what is stored then.
 /// @param id not null.
 /// @param agreed 0 withdraws, anything else agrees.
 VERANTI_API void SetDisclaimerItemAgreement(const char* id, int agreed);
 
 /// Tells whether a disclaimer exists, from the agreements in the configuration store, without a
-/// request.
+/// request. Only a null id raises an exception: what reading the store raises is logged as
+/// "Exception Handled by E", to the system buffer at error priority, and gives 0.
 /// @param id not null.
+/// @return 1 when the stored member is there and neither null nor an empty array or object.
 VERANTI_API int IsDisclaimerItemExist(const char* id);
 
 /// Tells whether the user has agreed to a disclaimer, from the agreements in the configuration
-/// store, without a request.
+/// store, without a request. Exceptions as for IsDisclaimerItemExist().
 /// @param id not null.
+/// @return 1 when the stored member is the text "true".
 VERANTI_API int GetDisclaimerItemAgreement(const char* id);
 
 /// Records several agreements in one request.

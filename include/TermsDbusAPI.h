@@ -13,16 +13,18 @@
 ///
 /// The server has one object, whose path is "/" and the bus name with "/" for each ".", and on it
 /// one interface, called like the bus name, with the methods SendMessage(from s, code u, type s,
-/// message s) and SendMessageWithBuffer(the same, buffer a(y)). Both answer with all five. Whoever
+/// message s) and SendMessageWithBuffer(the same, buffer a(y)). Both answer with all five. The
+/// buffer is declared as an array of anything; only a(y) is read. Whoever
 /// asks for the same name with replacement takes it; the first owner gets it back when that one
 /// ends.
 ///
 /// Unless a function says otherwise:
 /// - a result of 1 means done, 0 means not: a null argument, no server under that name, or a bus
-///   that did not do it; the log tells which, but for a null record;
+///   that did not do it;
 /// - it logs to the system buffer at error priority with the tag "Veranti", successes too, and a
-///   null text as "ERROR! service or signal name, char string is NULL"; the server's own lines have
-///   the tag "dterms-dbus";
+///   null text as "ERROR! service or signal name, char string is NULL", a service name that is not
+///   the server's as "Failed to get TermsDbusServerInstance, serviceName: N"; the server's own
+///   lines have the tag "dterms-dbus";
 /// - nothing is locked: a process does not create, close and use its server from several threads at
 ///   once, and the running loop counts as a user. Callbacks run on the thread of the main loop,
 ///   that is the loop of the thread-default context of CreateTermsDbusServer()'s caller; close the
@@ -97,7 +99,7 @@ VERANTI_API int InitiateTermsDbusServer(const char* name);
 
 /// Registers a callback; a later one of the same type replaces it.
 /// @param service_name either name of the server.
-/// @param type the slot; a value that is no slot registers nothing.
+/// @param type the slot; a value that is no slot registers nothing, and is logged as done.
 /// @param callback the function, of the slot's type; null empties the slot.
 /// @param user_data passed to the function.
 /// Logs "RegisterTermsDbusCallback Finish, type [T]" or "RegisterTermsDbusCallback fail !!! type
@@ -116,7 +118,7 @@ VERANTI_API int CreateTermsDbusServer(const char* name);
 
 /// Sends a signal to everybody who listens, from the server's object and interface.
 /// @param service_name either name of the server.
-/// @param signal_name the signal's name, letters, digits and "_" only.
+/// @param signal_name the signal's name: letters, digits and "_", and not a digit first.
 /// @param message its body; null gives 0. It may be changed or released after the call, unless the
 ///   process prints its messages (G_DBUS_DEBUG) or filters them on the shared connection: then its
 ///   bytes must stay until the message is out.
@@ -159,11 +161,12 @@ VERANTI_API void InitiateTermsDbusMessage(TermsDbusMessage* record, char* from, 
 /// below.
 VERANTI_API void ReleaseTermsDbusMessage(TermsDbusMessage* record);
 
-/// Copies a text into a block for a record.
+/// Copies a text into a block for a record. ReleaseTermsDbusMessage() on a record that has it is
+/// the only way to give it back.
 /// @return the copy; null for null, or when there is no memory.
 VERANTI_API char* DuplicateTermsDbusText(const char* text);
 
-/// Allocates a block of bytes for a record.
+/// Allocates a block of bytes for a record, which is given back like a text.
 /// @param size in bytes.
 /// @return the block, not zeroed; null when there is no memory.
 VERANTI_API void* AllocateTermsDbusBuffer(uint32_t size);

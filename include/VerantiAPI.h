@@ -1,10 +1,11 @@
 /// @file
 /// The class interface of the terms-and-conditions client.
 ///
-/// A caller takes the one instance from CVerantiAPI::GetInstance() and calls its methods from any
-/// thread. Every request has its own connection to the system message bus: it is one JSON object to
-/// the terms service ("com.velmora.tv.termsclient"), and the call returns with the answer, however
-/// long the service takes.
+/// A caller takes the one instance from CVerantiAPI::GetInstance(), for the first time before its
+/// threads start or on one of them only, and calls its methods from any thread. Every request has
+/// its own connection to the system message bus: it is one JSON object to the terms service
+/// ("com.velmora.tv.termsclient"), and the call returns with the answer, however long the service
+/// takes.
 ///
 /// Unless a method says otherwise:
 /// - it first calls IsServiceAvailable(), ignores the answer and goes on, so that each request
@@ -38,22 +39,22 @@ enum EHomeDisclaimerRequester {
 /// One disclaimer as the service describes it. Each member names the reply member that it is read
 /// from; what is missing there reads as the empty text, 0 or false. Texts are kept as received.
 struct STHomeDisclaimerContentItem {
-    std::string strItemId;   ///< "id": the key of requests for this disclaimer
-    int nOrder = 0;          ///< "order": its position in the service's list
-    std::string strVersion;  ///< "version"
-    std::string strTitle;    ///< "title"
-    std::string strIntro;    ///< "intro"
-    std::string strDetails;  ///< "details": prose, or a JSON array of sections
-    std::string strButton1;  ///< "button1", and so on: the labels of its buttons
-    std::string strButton2;
-    std::string strButton3;
-    std::string strButton4;
-    std::string strButton5;
-    std::string strButton6;
-    std::string strButton7;
-    std::string strButton8;
-    std::string strButton9;
-    std::string strButton10;
+    std::string strItemId;           ///< "id": the key of requests for this disclaimer
+    int nOrder = 0;                  ///< "order": its position in the service's list
+    std::string strVersion;          ///< "version"
+    std::string strTitle;            ///< "title"
+    std::string strIntro;            ///< "intro"
+    std::string strDetails;          ///< "details": prose, or a JSON array of sections
+    std::string strButton1;          ///< "button1": the label of a button
+    std::string strButton2;          ///< "button2": the label of a button
+    std::string strButton3;          ///< "button3": the label of a button
+    std::string strButton4;          ///< "button4": the label of a button
+    std::string strButton5;          ///< "button5": the label of a button
+    std::string strButton6;          ///< "button6": the label of a button
+    std::string strButton7;          ///< "button7": the label of a button
+    std::string strButton8;          ///< "button8": the label of a button
+    std::string strButton9;          ///< "button9": the label of a button
+    std::string strButton10;         ///< "button10": the label of a button
     bool bIsAgreed = false;          ///< "is_agreed"
     bool bOnlyNotice = false;        ///< "only_notice": there is nothing to agree to
     std::string strAgreeDependency;  ///< "agree_dependency": passed through
@@ -74,31 +75,35 @@ class VERANTI_API CVerantiAPI {
       public:
         /// Code 0, reason 0.
         CErrorDescriptor();
+        /// An error as it is.
         CErrorDescriptor(int code, int reason);
 
         /// Reads a descriptor from JSON text.
         /// @return what the text holds, a missing member as 0; code 0 and reason 0 for a text that
         ///   is not JSON, with the warning "<<WARN: NOT JSON TYPE MESSAGE>>" in the log.
-        /// @throws Json::Exception for JSON other than an object or null, and for a member that
-        ///   cannot be converted to an int.
+        /// @throws Json::Exception for JSON other than an object or null, for one that is nested
+        ///   too deeply, and for a member that cannot be converted to an int.
         static CErrorDescriptor FromString(std::string text);
 
         /// The compact JSON text.
         std::string ToString() const;
 
-        std::int32_t m_ErrorCode;
-        std::int32_t m_ErrorReason;
+        std::int32_t m_ErrorCode;    ///< "error_code"
+        std::int32_t m_ErrorReason;  ///< "error_reason"
     };
 
-    /// For the instance getters only.
+    /// The getters' own; an instance beside theirs works alike.
     CVerantiAPI();
+    /// Does nothing.
     virtual ~CVerantiAPI();
 
     /// @name Lifetime
     /// @{
 
     /// Returns the one instance and makes it on first use.
-    /// @return never null; owned by the library until Destroy().
+    /// @return the instance, owned by the library until Destroy(). While another thread makes it
+    /// with
+    ///   GetInstanceUT() or destroys it, the result may be null: the getters look before they lock.
     /// Logs "CVerantiAPI GetInstance" (debug) on each call, "CVerantiAPI m_InitProxy" (debug) when
     /// it makes the instance.
     static CVerantiAPI* GetInstance();
@@ -130,7 +135,7 @@ class VERANTI_API CVerantiAPI {
     /// Logs an empty line.
     bool DravikCheck(int& errorCode, int& errorReason);
 
-    /// Reads the service's last error. Sends "dravik get error info".
+    /// Reads an error of the service. Sends "dravik get error info".
     /// @param[out] errorCode as above.
     /// @param[out] errorReason as above.
     /// @param[out] errorMessage the reply's "errormessage"; untouched when no reply came.
@@ -154,7 +159,7 @@ class VERANTI_API CVerantiAPI {
     /// Logs an empty line.
     bool RequestCountryCodeList();
 
-    /// Asks the service to fetch terms from its server. Sends "request disclaimer api" for the
+    /// Asks the service to request terms. Sends "request disclaimer api" for the
     /// product type "TV".
     /// @param requestFrom who asks, sent as "request_from".
     /// @param terms which terms, sent as "terms".
@@ -236,8 +241,8 @@ class VERANTI_API CVerantiAPI {
     /// @param strProductType sent as "product_type".
     /// @param strTerms which terms, sent as "terms".
     /// @return the reply's "result"; false when no reply came.
-    /// Logs "GetRevisedDisclaimers called"; for each the warning "id I", then "datailData=..." and
-    /// what becomes of the details, as GetDisclaimerDetail() does.
+    /// Logs "GetRevisedDisclaimers called"; for each the warning "id I", then "datailData=..."
+    /// (debug) and what becomes of the details, as GetDisclaimerDetail() does.
     bool GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*>& vecItems,
                                std::string strProductType, std::string strTerms);
 
@@ -305,18 +310,19 @@ class VERANTI_API CVerantiAPI {
 
     /// Tells whether the user has agreed to a disclaimer, from the agreements in the configuration
     /// store (as IsDisclaimerItemExist()). For a product type other than "TV" the service is asked
-    /// first (protocol "common_protocol", "request_type" "get disclaimer agreement"); its answer
-    /// reaches the log, and what is stored replaces it.
+    /// first (protocol "common_protocol", "request_type" "get disclaimer agreement"), unless there
+    /// is no connection; its answer reaches the log, and what is stored replaces it.
     /// @param strItemId the id; sent as "request_item".
-    /// @param[out] pIsAgreed 1 when the stored member is the text "true", else 0. Set it to 0
-    ///   before: when looking the id up raises an exception (the stored JSON is neither an object
-    ///   nor null, or is nested too deeply) what is stored writes nothing, and the caller's value
-    ///   or, for other products, the service's answer stays.
+    /// @param[out] pIsAgreed not null; 1 when the stored member is the text "true", else 0. Set it
+    ///   to 0 before: when looking the id up raises an exception (the stored JSON is neither an
+    ///   object nor null, or is nested too deeply) what is stored writes nothing, and the caller's
+    ///   value or, for other products, the service's answer stays.
     /// @param productType sent as "product_type".
     /// @return always 0.
-    /// Logs the warning "requested ID I", what is stored, and "agreement T." or the reason why
-    /// there is none; for other products "get value : N" and, when the service does not know the
-    /// id, the warning "disclaimer I is not exist!". An exception is logged as above.
+    /// Logs the warning "requested ID I", what is stored, and "agreement T." or a warning that says
+    /// why there is none; for other products "get value : N" and, when no reply came or its
+    /// "result" is not true, the warning "disclaimer I is not exist!". An exception is logged as
+    /// above.
     int GetDisclaimerItemAgreement(const std::string& strItemId, int* pIsAgreed,
                                    std::string productType);
 

@@ -93,7 +93,8 @@ BusEndpoint::BusEndpoint(sd_event* loop, const std::string& name, Handler handle
         r = sd_bus_set_exit_on_disconnect(m_bus.get(), 1);
     }
     if (r < 0) {
-        throw BusError(std::string("Cannot serve on the bus: ") + std::strerror(-r) + '.');
+        throw BusError(std::string("Cannot serve on the bus: ") + std::strerror(-r) +
+                       ". Start the simulator again.");
     }
     TakeName(m_bus.get(), name);
 }

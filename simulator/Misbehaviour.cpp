@@ -35,21 +35,9 @@ Misbehaviour& MisbehaviourPlan::For(const std::string& method) {
     return m_plan[method];
 }
 
-void MisbehaviourPlan::Fail(const std::vector<std::string>& methods) {
+void MisbehaviourPlan::Plan(bool Misbehaviour::*what, const std::vector<std::string>& methods) {
     for (const std::string& method : methods) {
-        For(method).fails = true;
-    }
-}
-
-void MisbehaviourPlan::Silence(const std::vector<std::string>& methods) {
-    for (const std::string& method : methods) {
-        For(method).silent = true;
-    }
-}
-
-void MisbehaviourPlan::Garble(const std::vector<std::string>& methods) {
-    for (const std::string& method : methods) {
-        For(method).garbage = true;
+        For(method).*what = true;
     }
 }
 

@@ -17,15 +17,14 @@ struct Misbehaviour {
 /// Misbehaviour by the name of the request.
 class MisbehaviourPlan {
   public:
-    /// @name One option of the command line each
-    /// Each takes the names of requests (METHOD, or METHOD=MILLISECONDS for delays).
-    /// @throws std::invalid_argument saying what is wrong with the option.
-    /// @{
-    void Fail(const std::vector<std::string>& methods);
-    void Silence(const std::vector<std::string>& methods);
-    void Garble(const std::vector<std::string>& methods);
+    /// Plans what requests are to suffer.
+    /// @param what &Misbehaviour::fails, silent or garbage.
+    /// @throws std::invalid_argument for a name that is no request's.
+    void Plan(bool Misbehaviour::*what, const std::vector<std::string>& methods);
+
+    /// Plans delays, each METHOD=MILLISECONDS.
+    /// @throws std::invalid_argument saying what is wrong with one.
     void Delay(const std::vector<std::string>& methods);
-    /// @}
 
     /// What a request gets; good behaviour when nothing was planned.
     Misbehaviour Of(const std::string& method) const;

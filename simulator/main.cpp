@@ -1,5 +1,4 @@
 // veranti-simulator: a terms service for machines that have none.
-#include <systemd/sd-daemon.h>
 #include <systemd/sd-event.h>
 
 #include <CLI/CLI.hpp>
@@ -85,10 +84,10 @@ int Serve(const Options& options) {
     service.emplace(std::move(catalogue), options.catalogue);
     std::cout << "Serving " << service->NumberOfTerms() << " terms as " << kName
               << ". SIGTERM or Ctrl-C ends it." << std::endl;
-    sd_notify(0, "READY=1");
     const int ended = sd_event_loop(loop.get());
     if (ended < 0) {
-        throw BusError(std::string("Cannot wait for requests: ") + std::strerror(-ended) + '.');
+        throw BusError(std::string("Cannot wait for requests: ") + std::strerror(-ended) +
+                       ". Start the simulator again.");
     }
     if (ended > 0) {
         throw BusError("The message bus went away. Start the simulator again when it is back.");
@@ -117,13 +116,13 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_flag("--verbose", options.verbose, "Print every request and its reply");
     MisbehaviourPlan& plan = options.plan;
     add("--fail", "METHOD", "Answer this request with \"result\" false",
-        [&plan](const Methods& methods) { plan.Fail(methods); });
+        [&plan](const Methods& methods) { plan.Plan(&Misbehaviour::fails, methods); });
     add("--delay", "METHOD=MS", "Answer this request so many milliseconds later",
         [&plan](const Methods& methods) { plan.Delay(methods); });
     add("--silent", "METHOD", "Never answer this request",
-        [&plan](const Methods& methods) { plan.Silence(methods); });
+        [&plan](const Methods& methods) { plan.Plan(&Misbehaviour::silent, methods); });
     add("--garbage", "METHOD", "Answer this request with something that is not JSON",
-        [&plan](const Methods& methods) { plan.Garble(methods); });
+        [&plan](const Methods& methods) { plan.Plan(&Misbehaviour::garbage, methods); });
 }
 
 int Run(int argc, char** argv) {

@@ -34,8 +34,8 @@ VERANTI_API int CSharpSetDisclaimerItemAgreement(const char* strItemId, int isAg
                                                  const char* productType);
 
 /// Reads the set's own agreement from the configuration store.
-/// @param[out] pIsAgreed 1 when the user has agreed, else 0. Set it to 0 before: it stays as it is
-///   when what is stored is JSON other than an object or null.
+/// @param[out] pIsAgreed not null; 1 when the user has agreed, else 0. Set it to 0 before: it stays
+///   as it is when what is stored is JSON other than an object or null, or is nested too deeply.
 /// @return always 0.
 VERANTI_API int CSharpGetDisclaimerItemAgreement(const char* strItemId, int* pIsAgreed);
 }

@@ -74,9 +74,6 @@ int Fail(const std::string& sentence) {
 }
 
 int Walk(const std::string& id, long attempts) {
-    if (attempts < 1) {
-        return Fail("That is no number of attempts: give 1 or more.");
-    }
     CVerantiAPI& client = *CVerantiAPI::GetInstance();
     if (!WaitForService(client, attempts)) {
         return Fail("The terms service does not answer: start it, then try again.");
@@ -97,9 +94,12 @@ int Walk(const std::string& id, long attempts) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const long attempts = argc > 2 ? std::strtol(argv[2], nullptr, 10) : 10;
+    if (attempts < 1) {
+        return Fail('"' + std::string(argv[2]) + "\" is no number of attempts: give 1 or more.");
+    }
     try {
-        return Walk(argc > 1 ? argv[1] : "privacy_policy",
-                    argc > 2 ? std::strtol(argv[2], nullptr, 10) : 10);
+        return Walk(argc > 1 ? argv[1] : "privacy_policy", attempts);
     } catch (const Json::Exception& error) {
         return Fail(std::string("The service's answer cannot be read: ") + error.what());
     }

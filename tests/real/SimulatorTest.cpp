@@ -127,7 +127,7 @@ TEST_F(SimulatorTest, AnAnswerThatCannotBeWrittenIsNoSuccess) {
     const Simulator simulator;
     const Outcome run = RunProgram({"sh", "-c", "exec \"$0\" status >/dev/full", COMMAND_PATH});
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.errors, "Cannot write the answer: make room where the output goes.\n");
+    EXPECT_EQ(run.errors, "Cannot write the answer: what the output goes to is full or closed.\n");
 }
 
 TEST_F(SimulatorTest, WhatTheServiceSaysCannotHarmTheTerminal) {
