@@ -49,17 +49,19 @@ int Status(GSubprocess* process) {
 
 }  // namespace
 
-PrivateBus::PrivateBus()
-    : m_daemon({"dbus-daemon", std::string("--config-file=") + BUS_CONFIGURATION_PATH, "--nofork",
-                "--nopidfile", "--print-address=1"},
-               open("/dev/null", O_WRONLY | O_CLOEXEC)),
-      m_address(m_daemon.ReadLine()) {
+PrivateBus::PrivateBus() : PrivateBus("unix:tmpdir=/tmp") {
     setenv("DBUS_SYSTEM_BUS_ADDRESS", m_address.c_str(), 1);
 }
 
+PrivateBus::PrivateBus(const std::string& address)
+    : Program({"dbus-daemon", std::string("--config-file=") + BUS_CONFIGURATION_PATH, "--nofork",
+               "--nopidfile", "--print-address=1", "--address=" + address},
+              open("/dev/null", O_WRONLY | O_CLOEXEC)),
+      m_address(ReadLine()) {}
+
 void PrivateBus::Stop() {
-    m_daemon.Signal(SIGTERM);
-    m_daemon.Wait();
+    Signal(SIGTERM);
+    Wait();
 }
 
 TemporaryFolder::TemporaryFolder() {

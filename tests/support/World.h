@@ -39,15 +39,16 @@ class Program {
 };
 
 /// The system bus of this process and its children.
-class PrivateBus {
+class PrivateBus : public Program {
   public:
     PrivateBus();
+    /// One that listens at an address, which the environment has already.
+    explicit PrivateBus(const std::string& address);
     const std::string& Address() const { return m_address; }
     /// Ends the daemon; its address stays set.
     void Stop();
 
   private:
-    Program m_daemon;
     std::string m_address;
 };
 
