@@ -68,6 +68,7 @@ int Run(int argc, char** argv) {
     bool asJson = false;
     bool showLog = false;
     Action chosen;
+    app.set_version_flag("--version", "veranti " VERANTI_VERSION, "Say which version this is");
     app.fallthrough();
     app.require_subcommand(0, 1);
     app.add_flag("--json", asJson, "Print one line of JSON");

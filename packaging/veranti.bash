@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Completion for veranti(1): its subcommands and options, as its own help lists them.
 _veranti() {
     local current=${COMP_WORDS[COMP_CWORD]} word

@@ -132,6 +132,8 @@ int Run(int argc, char** argv) {
                      "the configuration store (VERANTI_STORE).\n--fail, --delay, --silent and "
                      "--garbage may be given several times.",
                  "veranti-simulator");
+    app.set_version_flag("--version", "veranti-simulator " VERANTI_VERSION,
+                         "Say which version this is");
     Options options;
     AddOptions(app, options);
     try {
