@@ -38,7 +38,7 @@ constexpr char kInterfaceTemplate[] =
     "\t         <arg type='a*' name='buffer' direction='out'/>"
     "\t     </method>"
     "\t </interface></node>";
-constexpr std::size_t kDocumentSize = 2048;
+constexpr std::size_t kDocumentSize = 2048;  // a bus name has at most 255 characters
 
 /// A value that GDBus borrows, so that it is also released when GDBus refuses the call.
 using Value = std::unique_ptr<GVariant, decltype(&g_variant_unref)>;
