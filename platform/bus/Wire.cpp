@@ -5,10 +5,33 @@
 
 #include <algorithm>
 
-// The builders are made for each call: a static one would be gone for whoever calls while the
-// process ends.
-
 namespace Corvane::Wire {
+
+namespace {
+
+// The builders are never destroyed: a call may come while the process ends.
+
+const Json::StreamWriterBuilder& Writer() {
+    static const auto* const builder = [] {
+        auto* made = new Json::StreamWriterBuilder();
+        (*made)["indentation"] = "";
+        return made;
+    }();
+    return *builder;
+}
+
+const Json::CharReaderBuilder& Reader() {
+    static const auto* const builder = [] {
+        auto* made = new Json::CharReaderBuilder();
+        (*made)["allowComments"] = false;
+        (*made)["allowTrailingCommas"] = false;
+        (*made)["failIfExtra"] = true;
+        return made;
+    }();
+    return *builder;
+}
+
+}  // namespace
 
 std::string ObjectPath(std::string_view busName) {
     std::string path = "/" + std::string(busName);
@@ -17,17 +40,11 @@ std::string ObjectPath(std::string_view busName) {
 }
 
 std::string ToText(const Json::Value& value) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    return Json::writeString(builder, value);
+    return Json::writeString(Writer(), value);
 }
 
 bool FromText(std::string_view text, Json::Value& value) {
-    Json::CharReaderBuilder builder;
-    builder["allowComments"] = false;
-    builder["allowTrailingCommas"] = false;
-    builder["failIfExtra"] = true;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    const std::unique_ptr<Json::CharReader> reader(Reader().newCharReader());
     try {
         Json::Value read;
         if (!reader->parse(text.data(), text.data() + text.size(), &read, nullptr)) {
