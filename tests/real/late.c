@@ -1,4 +1,5 @@
-/* Calls the library, and again when the process ends and what was made for the first calls has gone. */
+/* Calls the library, and again when the process ends and what was made for the first calls has
+ * gone. */
 #include <TermsAPI.h>
 #include <stdio.h>
 #include <stdlib.h>
