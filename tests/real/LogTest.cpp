@@ -1,6 +1,7 @@
 // The host's log, written by a program of its own.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,11 +36,14 @@ std::string WithoutPid(std::string text) {
 }
 
 TEST(LogTest, SinksAndLevels) {
+    const TemporaryFolder folder;
+    const std::string pipe = folder.Path() + "/pipe";  // that nobody reads
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     struct Case {
-        const char* sink;
+        std::string sink;
         const char* level;
         const char* output;
-        const char* errors;
+        std::string errors;
     };
     const Case cases[] = {
         {"", "",
@@ -56,6 +60,10 @@ TEST(LogTest, SinksAndLevels) {
         {"/dev/null/x", "error", "syslog 3 system T: error\n",
          "VERANTI_LOG: cannot append to \"/dev/null/x\" (Not a directory); set it to stderr, off "
          "or the path of a writable file. Logging to syslog.\n"},
+        {pipe, "error", "syslog 3 system T: error\n",
+         "VERANTI_LOG: cannot append to \"" + pipe +
+             "\" (No such device or address); set it to stderr, off or the path of a writable "
+             "file. Logging to syslog.\n"},
     };
     for (const Case& each : cases) {
         const Environment environment(each.sink, each.level);
