@@ -95,8 +95,9 @@ void PrintHeap(const char* name, const Heap& heap) {
 void MeasureRequest() {
     std::printf("\n| the heap for one request | allocations | peak |\n|---|---:|---:|\n");
     PrintHeap("the library", Measured([] { CountThroughTheLibrary(kTerms); }));
+    const Requests requests = CountRequests();
     for (const Peer& peer : {kSdBus, kSdbusCpp, kLibDbus, kGDBus}) {
-        PrintHeap(peer.name, Measured([&peer] { Ask(peer, CountRequests()); }));
+        PrintHeap(peer.name, Measured([&] { Ask(peer, requests); }));
     }
 }
 

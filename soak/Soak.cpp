@@ -239,7 +239,7 @@ class Services {
     template <typename Service>
     void Kill(std::optional<Service>& service) {
         service->Signal(SIGKILL);
-        m_crashes += service->Wait() >= 0 ? 1 : 0;
+        m_crashes += service->Wait() != -SIGKILL ? 1 : 0;
         service.reset();
     }
     void StartBus() {

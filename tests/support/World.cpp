@@ -44,7 +44,7 @@ Handle<GSubprocess> Spawn(const Arguments& arguments, GSubprocessFlags flags, in
 
 int Status(GSubprocess* process) {
     return g_subprocess_get_if_exited(process) != FALSE ? g_subprocess_get_exit_status(process)
-                                                        : -1;
+                                                        : -g_subprocess_get_term_sig(process);
 }
 
 }  // namespace

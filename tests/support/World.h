@@ -30,7 +30,7 @@ class Program {
     /// The next line of its standard output; empty at the end.
     std::string ReadLine();
     void Signal(int signal);
-    /// Waits for its end and gives its exit status, or -1 when a signal ended it.
+    /// Waits for its end and gives its exit status, or minus the signal that ended it.
     int Wait();
 
   private:
