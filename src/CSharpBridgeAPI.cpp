@@ -5,38 +5,38 @@
 #include "Log.h"
 
 // The bridge's lines name the place once more, in the message itself.
-#define LOG_BRIDGE(text, ...)                                                           \
-    LOG_INFO(" [%s %s:%d]" text, "CSharpBridgeAPI", static_cast<const char*>(__func__), \
-             __LINE__ __VA_OPT__(, ) __VA_ARGS__)
+#define VERANTI_LOG_BRIDGE(text, ...)                                                           \
+    VERANTI_LOG_INFO(" [%s %s:%d]" text, "CSharpBridgeAPI", static_cast<const char*>(__func__), \
+                     __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 
 CVerantiAPI* pThis = nullptr;
 
 void* CSharpGetInstance(void) {
-    LOG_BRIDGE("CVerantiAPI::GetInstance");
+    VERANTI_LOG_BRIDGE("CVerantiAPI::GetInstance");
     pThis = CVerantiAPI::GetInstance();
     return pThis;
 }
 
 void CSharpDestroy(void) {
-    LOG_BRIDGE("CVerantiAPI::Destroy");
+    VERANTI_LOG_BRIDGE("CVerantiAPI::Destroy");
     CVerantiAPI::Destroy();
 }
 
 int CSharpIsServiceAvailable(void) {
     const int available = pThis->IsServiceAvailable() ? 1 : 0;
-    LOG_BRIDGE("%d", available);
+    VERANTI_LOG_BRIDGE("%d", available);
     return available;
 }
 
 int CSharpSetDisclaimerItemAgreement(const char* strItemId, int isAgreed, const char* productType) {
-    LOG_BRIDGE("strItemId, =%s, isagreed =%d", strItemId, isAgreed);
+    VERANTI_LOG_BRIDGE("strItemId, =%s, isagreed =%d", strItemId, isAgreed);
     return pThis->SetDisclaimerItemAgreement(strItemId, isAgreed, productType) ? 1 : 0;
 }
 
 int CSharpGetDisclaimerItemAgreement(const char* strItemId, int* pIsAgreed) {
     const int result = pThis->GetDisclaimerItemAgreement(strItemId, pIsAgreed, "TV");
     // Where the answer went, not the answer: the address, as far as an int shows it.
-    LOG_BRIDGE("strItemId, =%s, isagreed =%d", strItemId,
-               static_cast<int>(reinterpret_cast<std::intptr_t>(pIsAgreed)));
+    VERANTI_LOG_BRIDGE("strItemId, =%s, isagreed =%d", strItemId,
+                       static_cast<int>(reinterpret_cast<std::intptr_t>(pIsAgreed)));
     return result;
 }

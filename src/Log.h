@@ -38,20 +38,20 @@ constexpr const char* FileName(const char* path) {
                  __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 
 /// A trace.
-#define LOG_DEBUG(...) \
+#define VERANTI_LOG_DEBUG(...) \
     VERANTI_LOG(Log::kClient, Log::kMain, Log::kDebug, VERANTI_LOG_WHITE, __VA_ARGS__)
 /// An entry or a result.
-#define LOG_INFO(...) \
+#define VERANTI_LOG_INFO(...) \
     VERANTI_LOG(Log::kClient, Log::kMain, Log::kInfo, VERANTI_LOG_GREEN, __VA_ARGS__)
 /// Something that a reader of the log should see.
-#define LOG_WARNING(...) \
+#define VERANTI_LOG_WARNING(...) \
     VERANTI_LOG(Log::kClient, Log::kMain, Log::kWarning, VERANTI_LOG_RED, __VA_ARGS__)
 /// A line in the system buffer. It is an error by its priority only: successes go there too.
-#define LOG_SYSTEM(...) \
+#define VERANTI_LOG_SYSTEM(...) \
     VERANTI_LOG(Log::kClient, Log::kSystem, Log::kError, VERANTI_LOG_RED, __VA_ARGS__)
 /// What the bus server does.
-#define LOG_BUS(...) \
+#define VERANTI_LOG_BUS(...) \
     VERANTI_LOG(Log::kBusServer, Log::kMain, Log::kInfo, VERANTI_LOG_WHITE, __VA_ARGS__)
 /// What the bus server could not do.
-#define LOG_BUS_ERROR(...) \
+#define VERANTI_LOG_BUS_ERROR(...) \
     VERANTI_LOG(Log::kBusServer, Log::kMain, Log::kError, VERANTI_LOG_RED, __VA_ARGS__)

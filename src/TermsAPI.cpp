@@ -124,16 +124,16 @@ constexpr char kNullName[] = "ERROR! service or signal name, char string is NULL
 }  // namespace
 
 EHomeDisclaimerRequester GetRequesterType(TermsRequester requester) {
-    LOG_INFO("%d", static_cast<int>(requester));
+    VERANTI_LOG_INFO("%d", static_cast<int>(requester));
     const bool known = requester >= TERMS_REQUESTER_0 && requester <= TERMS_REQUESTER_3;
     return known ? static_cast<EHomeDisclaimerRequester>(requester)
                  : HOME_DISCLAIMER_REQUESTER_OTHER;
 }
 
 char* ConvertChar(std::string text) {
-    LOG_INFO("[%s]", text.c_str());
+    VERANTI_LOG_INFO("[%s]", text.c_str());
     if (text.empty()) {
-        LOG_WARNING("empty");
+        VERANTI_LOG_WARNING("empty");
         return nullptr;
     }
     auto* copy = new char[text.size() + 1];
@@ -147,12 +147,12 @@ char* ConvertChar(std::string text) {
 }
 
 void ConvertTermItem(TermsContentItem* dst, STHomeDisclaimerContentItem* src) {
-    LOG_INFO("[%s]", src->strItemId.c_str());
+    VERANTI_LOG_INFO("[%s]", src->strItemId.c_str());
     for (const auto& field : kFields) {
         std::visit([&](const auto& pair) { Fill(*dst, *src, pair); }, field);
     }
     const std::size_t count = src->vecDetailData.size();
-    LOG_INFO("%d", static_cast<int>(count));
+    VERANTI_LOG_INFO("%d", static_cast<int>(count));
     if (count > 0) {
         dst->ppDetailData = new char*[count];
         for (std::size_t i = 0; i < count; ++i) {
@@ -163,7 +163,7 @@ void ConvertTermItem(TermsContentItem* dst, STHomeDisclaimerContentItem* src) {
 }
 
 void DestroyTermItem(TermsContentItem* item) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     for (const auto text : kReleased) {
         Release(item->*text);
     }
@@ -179,48 +179,48 @@ void DestroyTermItem(TermsContentItem* item) {
 }
 
 void m_TriggerTermsServiceAsync() {
-    LOG_DEBUG("");
+    VERANTI_LOG_DEBUG("");
     const int available = IsServiceAvailable();
-    LOG_SYSTEM("IsServiceAvailable %s", available != 0 ? "true" : "false");
+    VERANTI_LOG_SYSTEM("IsServiceAvailable %s", available != 0 ? "true" : "false");
 }
 
 void InitailizeTermsContentItem(TermsContentItem* item) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     *item = TermsContentItem();
 }
 
 int IsServiceAvailable(void) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     return CVerantiAPI::GetInstance()->IsServiceAvailable() ? 1 : 0;
 }
 
 void TriggerTermsService(void) {
     std::thread(m_TriggerTermsServiceAsync).detach();
-    LOG_SYSTEM("Finish Trigger Terms Service");
+    VERANTI_LOG_SYSTEM("Finish Trigger Terms Service");
 }
 
 int RequestUpdateDisclaimers(const char* requester) {
     if (requester == nullptr) {
-        LOG_INFO("empty requester");
+        VERANTI_LOG_INFO("empty requester");
         return 0;
     }
-    LOG_INFO("requester = %s", requester);
+    VERANTI_LOG_INFO("requester = %s", requester);
     // The client takes it for the product type: that pairing is the interface as callers know it.
     return CVerantiAPI::GetInstance()->RequestUpdateDisclaimers(requester) ? 1 : 0;
 }
 
 void SetDisclaimerItemAgreement(const char* id, int agreed) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     CVerantiAPI::GetInstance()->SetDisclaimerItemAgreement(id, agreed, kSet);
 }
 
 int IsDisclaimerItemExist(const char* id) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     return CVerantiAPI::GetInstance()->IsDisclaimerItemExist(id, kSet) ? 1 : 0;
 }
 
 int GetDisclaimerItemAgreement(const char* id) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     int agreed = 0;
     CVerantiAPI::GetInstance()->GetDisclaimerItemAgreement(id, &agreed, kSet);
     return agreed;
@@ -228,40 +228,40 @@ int GetDisclaimerItemAgreement(const char* id) {
 
 int SetDisclaimerItemsAgreements(const char* agreements) {
     if (agreements == nullptr) {
-        LOG_INFO("empty agreements");
+        VERANTI_LOG_INFO("empty agreements");
         return 0;
     }
-    LOG_SYSTEM("agreements:%s", agreements);
+    VERANTI_LOG_SYSTEM("agreements:%s", agreements);
     Json::Value parsed;
     if (!ParseJson(agreements, parsed)) {
-        LOG_SYSTEM("<<WARN: NOT JSON TYPE MESSAGE>>");
+        VERANTI_LOG_SYSTEM("<<WARN: NOT JSON TYPE MESSAGE>>");
         return 0;
     }
     return CVerantiAPI::GetInstance()->SetDisclaimersAgreement(parsed, true, kSet) ? 1 : 0;
 }
 
 char* GetInfoForDisclaimerWebView(void) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     Json::Value header;
     CVerantiAPI::GetInstance()->GetInformationForDisclaimerWebView(header);
     const std::string text = CompactJson(header);
-    LOG_SYSTEM("GetWebDiscliamerHeaderData {%s}", text.c_str());
+    VERANTI_LOG_SYSTEM("GetWebDiscliamerHeaderData {%s}", text.c_str());
     if (text.empty()) {
         return nullptr;
     }
     char* copy = strdup(text.c_str());
     if (copy == nullptr) {
-        LOG_SYSTEM("Failed to allocate value");
+        VERANTI_LOG_SYSTEM("Failed to allocate value");
     }
     return copy;
 }
 
 void GetDisclaimerDetail(const char* id, TermsItemCallback callback, void* user_data) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     Item item;
     CVerantiAPI::GetInstance()->GetDisclaimerDetail(id, item, kSet);
     if (item.strItemId.empty()) {
-        LOG_WARNING("There is no id[%s]", id);
+        VERANTI_LOG_WARNING("There is no id[%s]", id);
         return;
     }
     const std::unique_ptr<Record> record(new Record);  // not zeroed, as in a list
@@ -275,20 +275,20 @@ void GetDisclaimerDetail(const char* id, TermsItemCallback callback, void* user_
 
 void GetAllDisclaimerDetail(TermsRequester requester, TermsItemListCallback callback,
                             void* user_data) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     const EHomeDisclaimerRequester mapped = GetRequesterType(requester);
     // The client's records stay behind when the list goes: what callers have always got, and the
     // header tells them.
     std::vector<Item*> items;
     CVerantiAPI::GetInstance()->GetDisclaimerDetails(items, mapped, kSet);
     if (items.empty()) {
-        LOG_WARNING("There is no Terms");
+        VERANTI_LOG_WARNING("There is no Terms");
         return;
     }
     CTermsRecords records(items.size());
     records.Allocate();
     const int count = static_cast<int>(items.size());
-    LOG_INFO("numofTerms[%d]", count);
+    VERANTI_LOG_INFO("numofTerms[%d]", count);
     records.Fill(items);
     if (callback != nullptr) {
         callback(records.Array(), count, user_data);
@@ -302,13 +302,13 @@ TermsDbusServer* m_GetTermsDbusServerInstance(std::string name) {
                                     name == g_DbusServer->getDbusOrginalName())) {
         return g_DbusServer;
     }
-    LOG_SYSTEM("Failed to get TermsDbusServerInstance, serviceName: %s", name.c_str());
+    VERANTI_LOG_SYSTEM("Failed to get TermsDbusServerInstance, serviceName: %s", name.c_str());
     return nullptr;
 }
 
 void m_ReleaseTermsDbusServerInstance(TermsDbusServer* server) {
     if (server != nullptr) {
-        LOG_DEBUG("Delete TermsDbusServer instance");
+        VERANTI_LOG_DEBUG("Delete TermsDbusServer instance");
         delete server;
     }
     g_DbusServer = nullptr;
@@ -316,47 +316,47 @@ void m_ReleaseTermsDbusServerInstance(TermsDbusServer* server) {
 
 int InitiateTermsDbusServer(const char* name) {
     if (name == nullptr) {
-        LOG_SYSTEM("%s", kNullName);
+        VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
     }
     g_DbusServer = new (std::nothrow) TermsDbusServer(name);
     if (g_DbusServer == nullptr) {
-        LOG_SYSTEM("Failed to new TermsDbusServer, original Name: %s", name);
+        VERANTI_LOG_SYSTEM("Failed to new TermsDbusServer, original Name: %s", name);
         return 0;
     }
-    LOG_SYSTEM("Success to new TermsDbusServer, original Name: %s", name);
+    VERANTI_LOG_SYSTEM("Success to new TermsDbusServer, original Name: %s", name);
     return 1;
 }
 
 void RegisterTermsDbusCallback(const char* service_name, TermsDbusCallbackType type, void* callback,
                                void* user_data) {
     if (service_name == nullptr) {
-        LOG_SYSTEM("%s", kNullName);
+        VERANTI_LOG_SYSTEM("%s", kNullName);
         return;
     }
     TermsDbusServer* server = m_GetTermsDbusServerInstance(service_name);
     if (server == nullptr) {
-        LOG_SYSTEM("RegisterTermsDbusCallback fail !!! type [%d]", static_cast<int>(type));
+        VERANTI_LOG_SYSTEM("RegisterTermsDbusCallback fail !!! type [%d]", static_cast<int>(type));
         return;
     }
     server->RegisterCallabck(type, callback, user_data);
-    LOG_SYSTEM("RegisterTermsDbusCallback Finish, type [%d]", static_cast<int>(type));
+    VERANTI_LOG_SYSTEM("RegisterTermsDbusCallback Finish, type [%d]", static_cast<int>(type));
 }
 
 int CreateTermsDbusServer(const char* name) {
     if (name == nullptr) {
-        LOG_SYSTEM("%s", kNullName);
+        VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
     }
     const bool created = g_DbusServer != nullptr && g_DbusServer->CreateDbusServer(name);
-    LOG_SYSTEM("CreateTermsDbusServer %s", created ? "Sucess" : "Fail");
+    VERANTI_LOG_SYSTEM("CreateTermsDbusServer %s", created ? "Sucess" : "Fail");
     return created ? 1 : 0;
 }
 
 int SendTermsDbusSignal(const char* service_name, const char* signal_name,
                         TermsDbusMessage* message) {
     if (service_name == nullptr || signal_name == nullptr) {
-        LOG_SYSTEM("%s", kNullName);
+        VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
     }
     TermsDbusServer* server = m_GetTermsDbusServerInstance(service_name);
@@ -364,14 +364,14 @@ int SendTermsDbusSignal(const char* service_name, const char* signal_name,
         return 0;
     }
     const int result = server->SendDbusSignal(signal_name, *message) ? 1 : 0;
-    LOG_DEBUG("SendTermsDbusSignal result: [%d]", result);
+    VERANTI_LOG_DEBUG("SendTermsDbusSignal result: [%d]", result);
     return result;
 }
 
 int SendTermsDbusSyncMessage(const char* service_name, const char* destination,
                              TermsDbusMessage* request, TermsDbusMessage* reply, int timeout_ms) {
     if (service_name == nullptr || destination == nullptr) {
-        LOG_SYSTEM("%s", kNullName);
+        VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
     }
     TermsDbusServer* server = m_GetTermsDbusServerInstance(service_name);
@@ -380,22 +380,22 @@ int SendTermsDbusSyncMessage(const char* service_name, const char* destination,
     }
     const int result =
         server->SendDbusSyncMessage(destination, *request, *reply, timeout_ms) ? 1 : 0;
-    LOG_DEBUG("SendTermsDbusSyncMessage result: [%d]", result);
+    VERANTI_LOG_DEBUG("SendTermsDbusSyncMessage result: [%d]", result);
     return result;
 }
 
 int CloseTermsDbusServer(const char* service_name) {
     if (service_name == nullptr) {
-        LOG_SYSTEM("%s", kNullName);
+        VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
     }
     TermsDbusServer* server = m_GetTermsDbusServerInstance(service_name);
     if (server == nullptr) {
-        LOG_SYSTEM("CloseTermsDbusServer fail !!! service name [%s]", service_name);
+        VERANTI_LOG_SYSTEM("CloseTermsDbusServer fail !!! service name [%s]", service_name);
         return 0;
     }
     server->CloseDbusServer();
-    LOG_SYSTEM("CloseTermsDbusServer Finish, service name [%s]", service_name);
+    VERANTI_LOG_SYSTEM("CloseTermsDbusServer Finish, service name [%s]", service_name);
     m_ReleaseTermsDbusServerInstance(server);
     return 1;
 }

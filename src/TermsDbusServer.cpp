@@ -68,53 +68,54 @@ const GDBusInterfaceVTable TermsDbusServer::m_gVTable = {
 TermsDbusServer::TermsDbusServer(std::string name) : m_strOrginalName(std::move(name)) {}
 
 TermsDbusServer::~TermsDbusServer() {
-    LOG_BUS("");
+    VERANTI_LOG_BUS("");
 }
 
 bool TermsDbusServer::CreateDbusServer(std::string serviceName) {
     if (serviceName.empty()) {
-        LOG_BUS_ERROR("get serviceName is empty");
+        VERANTI_LOG_BUS_ERROR("get serviceName is empty");
         return false;
     }
     CloseDbusServer();  // nothing is open the first time
     m_strServiceName = serviceName;
-    LOG_BUS("get dbus name: %s", m_strServiceName.c_str());
+    VERANTI_LOG_BUS("get dbus name: %s", m_strServiceName.c_str());
 
     g_autoptr(GError) error = nullptr;
     m_pConnection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
     if (m_pConnection == nullptr) {
-        LOG_BUS("get dbus connection fail!");  // a failure, though it has always looked like news
+        VERANTI_LOG_BUS(
+            "get dbus connection fail!");  // a failure, though it has always looked like news
         if (error != nullptr) {
-            LOG_BUS_ERROR("(%s %d)", error->message, error->code);
+            VERANTI_LOG_BUS_ERROR("(%s %d)", error->message, error->code);
         }
         return false;
     }
     g_dbus_connection_set_exit_on_close(m_pConnection, FALSE);
-    LOG_BUS("Get dbus connection success : %p", static_cast<void*>(m_pConnection));
+    VERANTI_LOG_BUS("Get dbus connection success : %p", static_cast<void*>(m_pConnection));
 
     constexpr auto kFlags = static_cast<GBusNameOwnerFlags>(
         G_BUS_NAME_OWNER_FLAGS_ALLOW_REPLACEMENT | G_BUS_NAME_OWNER_FLAGS_REPLACE);
     m_nOwnerId = g_bus_own_name_on_connection(m_pConnection, m_strServiceName.c_str(), kFlags,
                                               &m_OnNameAcquired, &m_OnNameLost, this, nullptr);
     if (m_nOwnerId == 0) {
-        LOG_BUS_ERROR("Request bus name fail!");
+        VERANTI_LOG_BUS_ERROR("Request bus name fail!");
         return false;
     }
-    LOG_BUS("RequestName(%s) success : %u", m_strServiceName.c_str(), m_nOwnerId);
+    VERANTI_LOG_BUS("RequestName(%s) success : %u", m_strServiceName.c_str(), m_nOwnerId);
 
     m_pNodeInfo = m_GetInterfaceInfo(m_strServiceName);
     if (m_pNodeInfo == nullptr) {
-        LOG_BUS_ERROR("parse interface xml fail!");
+        VERANTI_LOG_BUS_ERROR("parse interface xml fail!");
         return false;
     }
     m_strObjectPath = TermsDbusUtil::GetObjectPath(m_strServiceName);
-    LOG_BUS("Register Obj Path: %s", m_strObjectPath.c_str());
+    VERANTI_LOG_BUS("Register Obj Path: %s", m_strObjectPath.c_str());
     m_nRegistrationId = g_dbus_connection_register_object(m_pConnection, m_strObjectPath.c_str(),
                                                           m_pNodeInfo->interfaces[0], &m_gVTable,
                                                           this, nullptr, nullptr);
-    LOG_BUS("Get register id : %u", m_nRegistrationId);
+    VERANTI_LOG_BUS("Get register id : %u", m_nRegistrationId);
     if (m_nRegistrationId == 0) {
-        LOG_BUS_ERROR("Register Obj Path Fail!");
+        VERANTI_LOG_BUS_ERROR("Register Obj Path Fail!");
         return false;
     }
     return true;
@@ -153,7 +154,7 @@ void TermsDbusServer::RegisterCallabck(TermsDbusCallbackType type, void* callbac
 
 bool TermsDbusServer::SendDbusSignal(std::string signalName, const TermsDbusMessage& msg) {
     if (!m_IsConnectionOpen()) {
-        LOG_BUS_ERROR("dbus connection is not open");
+        VERANTI_LOG_BUS_ERROR("dbus connection is not open");
         return false;
     }
     const Value body = Keep(TermsDbusUtil::MakeSignalDataToParams(msg));
@@ -162,23 +163,23 @@ bool TermsDbusServer::SendDbusSignal(std::string signalName, const TermsDbusMess
                                                     m_strServiceName.c_str(), signalName.c_str(),
                                                     body.get(), &error) != FALSE;
     if (error != nullptr) {
-        LOG_BUS_ERROR("faile to  invoking emit signal(%s %d)", error->message, error->code);
+        VERANTI_LOG_BUS_ERROR("faile to  invoking emit signal(%s %d)", error->message, error->code);
     }
-    LOG_BUS("Send Signal [%s] : [%s].", signalName.c_str(), sent ? "success" : "fail");
+    VERANTI_LOG_BUS("Send Signal [%s] : [%s].", signalName.c_str(), sent ? "success" : "fail");
     return sent;
 }
 
 bool TermsDbusServer::SendDbusSyncMessage(std::string destination, const TermsDbusMessage& request,
                                           TermsDbusMessage& reply, int timeout) {
     if (!m_IsConnectionOpen()) {
-        LOG_BUS_ERROR("dbus connection is not open");
+        VERANTI_LOG_BUS_ERROR("dbus connection is not open");
         return false;
     }
     const std::string path = TermsDbusUtil::GetObjectPath(destination);
     std::string method;
     const Value arguments = Keep(TermsDbusUtil::MakeMsgInputToParams(method, request));
-    LOG_BUS("from[%s] to [%s] [%s]", Shown(request.from), destination.c_str(),
-            Shown(request.message));
+    VERANTI_LOG_BUS("from[%s] to [%s] [%s]", Shown(request.from), destination.c_str(),
+                    Shown(request.message));
 
     g_autoptr(GError) error = nullptr;
     g_autoptr(GVariant) answer = g_dbus_connection_call_sync(
@@ -186,16 +187,17 @@ bool TermsDbusServer::SendDbusSyncMessage(std::string destination, const TermsDb
         arguments.get(), nullptr, G_DBUS_CALL_FLAGS_NONE, timeout, nullptr, &error);
     if (answer == nullptr) {
         if (error != nullptr) {
-            LOG_BUS_ERROR("Fail to invoking sync message call(%s %d)", error->message, error->code);
+            VERANTI_LOG_BUS_ERROR("Fail to invoking sync message call(%s %d)", error->message,
+                                  error->code);
         }
-        LOG_BUS_ERROR("Fail of g_dbus_connection_call_sync");
+        VERANTI_LOG_BUS_ERROR("Fail of g_dbus_connection_call_sync");
         return false;
     }
     if (!TermsDbusUtil::MakeParamsToMessage(answer, reply)) {
-        LOG_BUS_ERROR("Error, MakeParamsToMessage Fail ");
+        VERANTI_LOG_BUS_ERROR("Error, MakeParamsToMessage Fail ");
         return false;
     }
-    LOG_BUS("g_dbus_connection_call_sync Success");
+    VERANTI_LOG_BUS("g_dbus_connection_call_sync Success");
     return true;
 }
 
@@ -210,9 +212,9 @@ std::string TermsDbusServer::getDbusServiceName() const {
 void TermsDbusServer::m_OnNameAcquired(GDBusConnection* /*connection*/, const char* /*name*/,
                                        void* userData) {
     const auto* server = static_cast<const TermsDbusServer*>(userData);
-    LOG_BUS("");
+    VERANTI_LOG_BUS("");
     if (server->m_fnNameAcquired != nullptr) {
-        LOG_BUS("start to callback func");
+        VERANTI_LOG_BUS("start to callback func");
         server->m_fnNameAcquired(server->m_pNameAcquiredData);
     }
 }
@@ -220,9 +222,9 @@ void TermsDbusServer::m_OnNameAcquired(GDBusConnection* /*connection*/, const ch
 void TermsDbusServer::m_OnNameLost(GDBusConnection* /*connection*/, const char* /*name*/,
                                    void* userData) {
     const auto* server = static_cast<const TermsDbusServer*>(userData);
-    LOG_BUS("");
+    VERANTI_LOG_BUS("");
     if (server->m_fnNameLost != nullptr) {
-        LOG_BUS("start to callback func");
+        VERANTI_LOG_BUS("start to callback func");
         server->m_fnNameLost(server->m_pNameLostData);
     }
 }
@@ -234,22 +236,22 @@ void TermsDbusServer::m_ObjectCallback(GDBusConnection* /*connection*/, const ch
     // Answering takes the invocation over; without an answer it ends here.
     g_autoptr(GDBusMethodInvocation) unanswered = invocation;
     const auto* server = static_cast<const TermsDbusServer*>(userData);
-    LOG_BUS("get message");
+    VERANTI_LOG_BUS("get message");
     if (parameters == nullptr || server == nullptr) {
-        LOG_BUS_ERROR("ERROR, parameters [%p] or dbusServer [%p] is NULL!",
-                      static_cast<void*>(parameters), userData);
+        VERANTI_LOG_BUS_ERROR("ERROR, parameters [%p] or dbusServer [%p] is NULL!",
+                              static_cast<void*>(parameters), userData);
         return;
     }
     const TermsDbusMessageCallback callback = server->m_fnMessage;
     void* const callbackData = server->m_pMessageData;
     ScopedMessage request;
     if (!TermsDbusUtil::MakeParamsToMsgInput(methodName, parameters, request)) {
-        LOG_BUS_ERROR("Error, MakeParamsToMsgInput fail ");
+        VERANTI_LOG_BUS_ERROR("Error, MakeParamsToMsgInput fail ");
         return;
     }
     ScopedMessage reply;
     if (callback != nullptr) {
-        LOG_BUS("start to callback func");
+        VERANTI_LOG_BUS("start to callback func");
         if (callback(methodName, &request, &reply, callbackData) == 0) {
             g_dbus_method_invocation_return_value(g_steal_pointer(&unanswered),
                                                   TermsDbusUtil::MakeFailResponseToParams());
@@ -258,7 +260,7 @@ void TermsDbusServer::m_ObjectCallback(GDBusConnection* /*connection*/, const ch
     }
     g_dbus_method_invocation_return_value(g_steal_pointer(&unanswered),
                                           TermsDbusUtil::MakeMsgOutputResponseToParams(reply));
-    LOG_BUS("dbus return response");
+    VERANTI_LOG_BUS("dbus return response");
 }
 
 GDBusNodeInfo* TermsDbusServer::m_GetInterfaceInfo(const std::string& interfaceName) {
@@ -268,7 +270,7 @@ GDBusNodeInfo* TermsDbusServer::m_GetInterfaceInfo(const std::string& interfaceN
     GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(document.data(), &error);
     if (node == nullptr) {
         g_autofree char* name = g_dbus_error_encode_gerror(error);
-        LOG_BUS_ERROR(
+        VERANTI_LOG_BUS_ERROR(
             "g_dbus_node_info_new_for_xml fail, err return %s, detail[message:%s, "
             "code:%d] ",
             name, error->message, error->code);

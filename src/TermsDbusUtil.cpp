@@ -72,11 +72,11 @@ void ReadPayload(GVariant* payload, TermsDbusMessage& msg) {
 
 bool TermsDbusUtil::MakeParamsToMessage(GVariant* params, TermsDbusMessage& msg) {
     if (params == nullptr) {
-        LOG_BUS_ERROR("Error: parameters is NULL");
+        VERANTI_LOG_BUS_ERROR("Error: parameters is NULL");
         return false;
     }
     const char* shape = g_variant_get_type_string(params);
-    LOG_BUS("%s", shape);
+    VERANTI_LOG_BUS("%s", shape);
     const char* from = nullptr;
     const char* type = nullptr;
     const char* message = nullptr;
@@ -85,7 +85,7 @@ bool TermsDbusUtil::MakeParamsToMessage(GVariant* params, TermsDbusMessage& msg)
         g_variant_get(params, "(&su&s&s)", &from, &msg.code, &type, &message);
     } else if (std::strcmp(shape, kWithPayload) == 0) {
         g_variant_get(params, "(&su&s&s@a*)", &from, &msg.code, &type, &message, &payload);
-        LOG_BUS("get data of %s", shape);
+        VERANTI_LOG_BUS("get data of %s", shape);
     } else {
         return true;
     }
@@ -101,11 +101,11 @@ bool TermsDbusUtil::MakeParamsToMessage(GVariant* params, TermsDbusMessage& msg)
 bool TermsDbusUtil::MakeParamsToMsgInput(std::string methodName, GVariant* params,
                                          TermsDbusMessage& msg) {
     if (methodName == "SendMessage") {
-        LOG_BUS("methodName: SendMessage");
+        VERANTI_LOG_BUS("methodName: SendMessage");
     } else if (methodName == "SendMessageWithBuffer") {
-        LOG_BUS("methodName: SendMessageWithBuffer");
+        VERANTI_LOG_BUS("methodName: SendMessageWithBuffer");
     } else {
-        LOG_BUS_ERROR("error method name : %s", methodName.c_str());
+        VERANTI_LOG_BUS_ERROR("error method name : %s", methodName.c_str());
         return false;
     }
     MakeParamsToMessage(params, msg);

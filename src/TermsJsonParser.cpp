@@ -19,31 +19,31 @@ std::string TitleAt(const Json::Value& titles, Json::ArrayIndex index) {
 
 std::string CTermsJsonParser::GetMenuTitleFromVconf(std::string key, int index) {
     if (key.empty() || index < 0) {
-        LOG_WARNING("parameter  Error : [%s][%d]", key.c_str(), index);
+        VERANTI_LOG_WARNING("parameter  Error : [%s][%d]", key.c_str(), index);
         return "";
     }
     const std::optional<std::string> text = Platform::StoredText(key.c_str());
     if (!text) {
-        LOG_WARNING("vconf get str failed");
+        VERANTI_LOG_WARNING("vconf get str failed");
         return "";
     }
     try {
         Json::Value titles;
         // The older reader: stored titles were always read with its defaults.
         if (!Json::Reader().parse(*text, titles) || titles.empty()) {
-            LOG_WARNING("Parsing Error : [%s]", text->c_str());
+            VERANTI_LOG_WARNING("Parsing Error : [%s]", text->c_str());
             return "";
         }
-        LOG_DEBUG("array size %d", static_cast<int>(titles.size()));
+        VERANTI_LOG_DEBUG("array size %d", static_cast<int>(titles.size()));
         if (titles.size() <= static_cast<Json::ArrayIndex>(index)) {
-            LOG_WARNING("order is over length ");
+            VERANTI_LOG_WARNING("order is over length ");
             return "";
         }
         std::string title = TitleAt(titles, static_cast<Json::ArrayIndex>(index));
-        LOG_DEBUG("Title is = %s", title.c_str());
+        VERANTI_LOG_DEBUG("Title is = %s", title.c_str());
         return title;
     } catch (const Json::Exception& error) {
-        LOG_WARNING("Json Error e = %s", error.what());
+        VERANTI_LOG_WARNING("Json Error e = %s", error.what());
         return "";
     }
 }

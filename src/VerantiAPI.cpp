@@ -68,17 +68,17 @@ bool SendOneAgreement(const std::string& item, bool agreed, const std::string& p
 /// Cuts parsed details into sections and appends them to what the record has.
 void AppendSections(bool parsed, Json::Value& details, STHomeDisclaimerContentItem& item) {
     if (!parsed) {
-        LOG_DEBUG("<<WARN: NOT JSON TYPE MESSAGE>>");
+        VERANTI_LOG_DEBUG("<<WARN: NOT JSON TYPE MESSAGE>>");
         return;
     }
     if (!details.isArray()) {
         return;
     }
-    LOG_DEBUG("It is new RULE");
+    VERANTI_LOG_DEBUG("It is new RULE");
     for (Json::Value& section : details) {
         std::string title = section["title"].asString();
         std::string data = section["data"].asString();
-        LOG_WARNING("push back");
+        VERANTI_LOG_WARNING("push back");
         item.vecDetailData.push_back(std::move(title));
         item.vecDetailData.push_back(std::move(data));
     }
@@ -90,7 +90,7 @@ void GetDisclaimerInfo(Json::Value& reply, STHomeDisclaimerContentItem& item) {
         return;
     }
     ReadAllFields(reply, item);
-    LOG_DEBUG("id %s", item.strItemId.c_str());
+    VERANTI_LOG_DEBUG("id %s", item.strItemId.c_str());
     Json::Value details;
     const bool parsed = ParseJson(item.strDetails, details);
     AppendSections(parsed, details, item);
@@ -122,7 +122,7 @@ CVerantiAPI::CVerantiAPI() = default;
 CVerantiAPI::~CVerantiAPI() = default;
 
 CVerantiAPI* CVerantiAPI::GetInstance() {
-    LOG_DEBUG("CVerantiAPI GetInstance");
+    VERANTI_LOG_DEBUG("CVerantiAPI GetInstance");
     if (s_bInitialised) {
         return m_pInstance;
     }
@@ -151,7 +151,7 @@ CVerantiAPI* CVerantiAPI::GetInstanceUT() {
 }
 
 void CVerantiAPI::Destroy() {
-    LOG_DEBUG("CVerantiAPI Destroy");
+    VERANTI_LOG_DEBUG("CVerantiAPI Destroy");
     const CInstanceLock lock;
     if (m_pInstance != nullptr) {
         m_pInstance->m_FinalProxy();
@@ -162,22 +162,22 @@ void CVerantiAPI::Destroy() {
 }
 
 void CVerantiAPI::m_InitProxy() {
-    LOG_DEBUG("CVerantiAPI m_InitProxy");
+    VERANTI_LOG_DEBUG("CVerantiAPI m_InitProxy");
 }
 
 void CVerantiAPI::m_FinalProxy() {}
 
 bool CVerantiAPI::IsServiceAvailable() {
-    LOG_INFO("IsServiceAvailable");
+    VERANTI_LOG_INFO("IsServiceAvailable");
     CTermsExchange exchange;
     exchange.RequestBody()["method"] = "is service available";
     const bool available = exchange.Succeeds();
-    LOG_INFO("IsServiceAvailable result : %s", BoolText(available));
+    VERANTI_LOG_INFO("IsServiceAvailable result : %s", BoolText(available));
     return available;
 }
 
 bool CVerantiAPI::DravikCheck(int& errorCode, int& errorReason) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -187,7 +187,7 @@ bool CVerantiAPI::DravikCheck(int& errorCode, int& errorReason) {
 }
 
 bool CVerantiAPI::DravikCheck(int& errorCode, int& errorReason, std::string& errorMessage) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -201,9 +201,9 @@ bool CVerantiAPI::DravikCheck(int& errorCode, int& errorReason, std::string& err
 }
 
 bool CVerantiAPI::RequestResetNimbra() {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
-    LOG_INFO("RequestResetNimbra called");
+    VERANTI_LOG_INFO("RequestResetNimbra called");
 
     CTermsExchange exchange;
     Json::Value& request = exchange.RequestBody();
@@ -213,7 +213,7 @@ bool CVerantiAPI::RequestResetNimbra() {
 }
 
 bool CVerantiAPI::SetCountryCode(const std::string& countryCode) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -225,7 +225,7 @@ bool CVerantiAPI::SetCountryCode(const std::string& countryCode) {
 }
 
 bool CVerantiAPI::RequestCountryCodeList() {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -245,14 +245,14 @@ bool CVerantiAPI::RequestDisclaimersRESTAPI(std::string requestFrom, std::string
     request["product_type"] = "TV";
     request["terms"] = terms;
     request["request_from"] = requestFrom;
-    LOG_DEBUG("");
+    VERANTI_LOG_DEBUG("");
     // The second test never decides: looking "result" up has put it into the body. It is kept as
     // this request's own condition.
     return exchange.Succeeds() && !exchange.ReplyBody().empty();
 }
 
 bool CVerantiAPI::RequestDisclaimerID(std::string productType, bool otherPage) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -266,7 +266,7 @@ bool CVerantiAPI::RequestDisclaimerID(std::string productType, bool otherPage) {
 }
 
 bool CVerantiAPI::RequestUpdateDisclaimers(std::string productType) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -279,19 +279,19 @@ bool CVerantiAPI::RequestUpdateDisclaimers(std::string productType) {
 }
 
 void CVerantiAPI::GetInformationForDisclaimer(Json::Value& header) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
     header = FetchHeader("get information for disclaimer");
 }
 
 void CVerantiAPI::GetInformationForDisclaimerWebView(Json::Value& header) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
     header = FetchHeader("get information for web view disclaimer");
 }
 
 int CVerantiAPI::GetDisclaimerNum(EHomeDisclaimerRequester requester, std::string productType) {
-    LOG_INFO("GetDisclaimerNum called with requester: %d", static_cast<int>(requester));
+    VERANTI_LOG_INFO("GetDisclaimerNum called with requester: %d", static_cast<int>(requester));
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -301,15 +301,15 @@ int CVerantiAPI::GetDisclaimerNum(EHomeDisclaimerRequester requester, std::strin
     request["product_type"] = productType;
     request["requester"] = static_cast<int>(requester);
     const int number = exchange.Succeeds() ? exchange.ReplyBody()["number"].asInt() : 0;
-    LOG_INFO("GetDisclaimerNum %d", number);
+    VERANTI_LOG_INFO("GetDisclaimerNum %d", number);
     return number;
 }
 
 int CVerantiAPI::GetDisclaimerDetail(STHomeDisclaimerContentItem& item, int index,
                                      EHomeDisclaimerRequester requester,
                                      std::string strProductType) {
-    LOG_INFO("GetDisclaimerDetail called for index: %d and requester: %d", index,
-             static_cast<int>(requester));
+    VERANTI_LOG_INFO("GetDisclaimerDetail called for index: %d and requester: %d", index,
+                     static_cast<int>(requester));
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -325,8 +325,8 @@ int CVerantiAPI::GetDisclaimerDetail(STHomeDisclaimerContentItem& item, int inde
 int CVerantiAPI::GetDisclaimerDetail(const std::string& strItemId,
                                      STHomeDisclaimerContentItem& item,
                                      std::string strProductType) {
-    LOG_INFO("GetDisclaimerDetail called for itemId: %s %s", strItemId.c_str(),
-             strProductType.c_str());
+    VERANTI_LOG_INFO("GetDisclaimerDetail called for itemId: %s %s", strItemId.c_str(),
+                     strProductType.c_str());
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -341,17 +341,17 @@ int CVerantiAPI::GetDisclaimerDetail(const std::string& strItemId,
 int CVerantiAPI::GetDisclaimerDetails(std::vector<STHomeDisclaimerContentItem*>& vecItems,
                                       EHomeDisclaimerRequester requester,
                                       std::string strProductType) {
-    LOG_INFO("GetDisclaimerDetails called for req: %d", static_cast<int>(requester));
+    VERANTI_LOG_INFO("GetDisclaimerDetails called for req: %d", static_cast<int>(requester));
     // The count is the set's whatever the product: the service numbers its list for the set.
     const int count = GetDisclaimerNum(requester, kSet);
     if (count < 1) {
         return 0;
     }
-    LOG_SYSTEM("");
+    VERANTI_LOG_SYSTEM("");
     vecItems.clear();  // the records stay the caller's
-    LOG_SYSTEM("");
+    VERANTI_LOG_SYSTEM("");
     for (int index = 0; index < count; ++index) {
-        LOG_SYSTEM("%d", index);
+        VERANTI_LOG_SYSTEM("%d", index);
         auto item = std::make_unique<STHomeDisclaimerContentItem>();
         if (GetDisclaimerDetail(*item, index, requester, strProductType) != -1) {
             HandOver(std::move(item), vecItems);
@@ -362,7 +362,7 @@ int CVerantiAPI::GetDisclaimerDetails(std::vector<STHomeDisclaimerContentItem*>&
 
 bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*>& vecItems,
                                         std::string strProductType, std::string strTerms) {
-    LOG_INFO("GetRevisedDisclaimers called");
+    VERANTI_LOG_INFO("GetRevisedDisclaimers called");
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -379,10 +379,10 @@ bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*
     for (Json::ArrayIndex i = 0; i < count; ++i) {
         auto item = std::make_unique<STHomeDisclaimerContentItem>();
         ReadRevisedFields(disclaimers[i], *item);
-        LOG_WARNING("id %s", item->strItemId.c_str());
+        VERANTI_LOG_WARNING("id %s", item->strItemId.c_str());
         Json::Value details;
         const bool parsed = ParseJson(item->strDetails, details);  // what it throws comes first
-        LOG_DEBUG("datailData=%s", item->strDetails.c_str());
+        VERANTI_LOG_DEBUG("datailData=%s", item->strDetails.c_str());
         AppendSections(parsed, details, *item);
         HandOver(std::move(item), vecItems);
     }
@@ -390,13 +390,13 @@ bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*
 }
 
 int CVerantiAPI::GetDisclaimerTitle(std::string& title, int index) {
-    LOG_INFO("GetDisclaimerTitle called for index: %d", index);
+    VERANTI_LOG_INFO("GetDisclaimerTitle called for index: %d", index);
     std::string found = CTermsJsonParser::GetMenuTitleFromVconf(kTitlesKey, index);
     if (found.empty()) {
         return -1;
     }
     title = std::move(found);
-    LOG_DEBUG("Title is = %s", title.c_str());
+    VERANTI_LOG_DEBUG("Title is = %s", title.c_str());
     return 0;
 }
 
@@ -407,7 +407,7 @@ int CVerantiAPI::GetDisclaimerOsdLanguage(std::string& language) {
 
 bool CVerantiAPI::SetDisclaimersAgreement(Json::Value& agreements, bool /*unused*/,
                                           std::string productType) {
-    LOG_INFO("");
+    VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -422,20 +422,20 @@ bool CVerantiAPI::SetDisclaimersAgreement(Json::Value& agreements, bool /*unused
 bool CVerantiAPI::SetDisclaimerItemAgreement(const std::string& item, const int& agreed,
                                              std::string productType) {
     IsServiceAvailable();
-    LOG_INFO("Model %s try to set %s agreement to %s.", productType.c_str(), item.c_str(),
-             BoolText(agreed != 0));
+    VERANTI_LOG_INFO("Model %s try to set %s agreement to %s.", productType.c_str(), item.c_str(),
+                     BoolText(agreed != 0));
     return SendOneAgreement(item, agreed != 0, productType);
 }
 
 bool CVerantiAPI::SetRevisedTermAgreement(std::string item, bool agreed, std::string productType) {
-    LOG_INFO("SetRevisedTermAgreement called");
+    VERANTI_LOG_INFO("SetRevisedTermAgreement called");
     IsServiceAvailable();
     return SendOneAgreement(item, agreed, productType);
 }
 
 bool CVerantiAPI::SetAllDisclaimerItemAgreement(int agreed, std::string productType) {
-    LOG_INFO("Model %s try to set all agreement to %s.", productType.c_str(),
-             BoolText(agreed != 0));
+    VERANTI_LOG_INFO("Model %s try to set all agreement to %s.", productType.c_str(),
+                     BoolText(agreed != 0));
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -449,7 +449,7 @@ bool CVerantiAPI::SetAllDisclaimerItemAgreement(int agreed, std::string productT
 bool CVerantiAPI::IsDisclaimerItemExist(const std::string& strItemId, std::string productType) {
     if (productType != kSet) {
         IsServiceAvailable();
-        LOG_INFO("IsDisclaimerItemExist called for strItemId: %s", strItemId.c_str());
+        VERANTI_LOG_INFO("IsDisclaimerItemExist called for strItemId: %s", strItemId.c_str());
 
         CTermsExchange exchange;
         Json::Value& request = exchange.RequestBody();
@@ -460,30 +460,30 @@ bool CVerantiAPI::IsDisclaimerItemExist(const std::string& strItemId, std::strin
         return exchange.Succeeds();
     }
     try {
-        LOG_WARNING("requested ID %s", strItemId.c_str());
+        VERANTI_LOG_WARNING("requested ID %s", strItemId.c_str());
         const std::optional<std::string> stored = Platform::StoredText(kAgreementsKey);
         if (!stored) {
-            LOG_WARNING("vconf get str failed");
+            VERANTI_LOG_WARNING("vconf get str failed");
             return false;
         }
-        LOG_INFO("Get vconf savedData: %s", stored->c_str());
+        VERANTI_LOG_INFO("Get vconf savedData: %s", stored->c_str());
         if (stored->empty()) {
-            LOG_WARNING("Empty Data");
+            VERANTI_LOG_WARNING("Empty Data");
             return false;
         }
         Json::Value agreements;
         if (!ParseJson(*stored, agreements)) {
-            LOG_WARNING("parser failed : \n %s", stored->c_str());
+            VERANTI_LOG_WARNING("parser failed : \n %s", stored->c_str());
             return false;
         }
         if (agreements[strItemId].empty()) {
-            LOG_WARNING("%s does not exist", strItemId.c_str());
+            VERANTI_LOG_WARNING("%s does not exist", strItemId.c_str());
             return false;
         }
-        LOG_WARNING("%s  exist", strItemId.c_str());
+        VERANTI_LOG_WARNING("%s  exist", strItemId.c_str());
         return true;
     } catch (const std::exception& error) {
-        LOG_SYSTEM("Exception Handled by %s", error.what());
+        VERANTI_LOG_SYSTEM("Exception Handled by %s", error.what());
         return false;
     }
 }
@@ -509,41 +509,41 @@ int CVerantiAPI::GetDisclaimerItemAgreement(const std::string& strItemId, int* p
                 *pIsAgreed = 0;
             }
         }
-        LOG_INFO("get value : %d", *pIsAgreed);
+        VERANTI_LOG_INFO("get value : %d", *pIsAgreed);
         // No return: what is stored decides for every product, and the service's answer is for the
         // log.
     }
     try {
-        LOG_WARNING("requested ID %s", strItemId.c_str());
+        VERANTI_LOG_WARNING("requested ID %s", strItemId.c_str());
         const std::optional<std::string> stored = Platform::StoredText(kAgreementsKey);
         if (!stored) {
-            LOG_WARNING("vconf get str failed, agreement = false");
+            VERANTI_LOG_WARNING("vconf get str failed, agreement = false");
             *pIsAgreed = 0;
             return 0;
         }
-        LOG_INFO("Get vconf savedData: %s", stored->c_str());
+        VERANTI_LOG_INFO("Get vconf savedData: %s", stored->c_str());
         if (stored->empty()) {
             *pIsAgreed = 0;
-            LOG_WARNING("Empty Data, agreement = false");
+            VERANTI_LOG_WARNING("Empty Data, agreement = false");
             return 0;
         }
         Json::Value agreements;
         if (!ParseJson(*stored, agreements)) {
             *pIsAgreed = 0;
-            LOG_WARNING("parser failed : \n %s , agreement = false", stored->c_str());
+            VERANTI_LOG_WARNING("parser failed : \n %s , agreement = false", stored->c_str());
             return 0;
         }
         const Json::Value& agreement = agreements[strItemId];
         if (!agreement.isString()) {
-            LOG_WARNING("%s is not string type", strItemId.c_str());
+            VERANTI_LOG_WARNING("%s is not string type", strItemId.c_str());
             *pIsAgreed = 0;
             return 0;
         }
         const std::string text = agreement.asString();
         *pIsAgreed = text == "true" ? 1 : 0;
-        LOG_INFO("agreement %s.", text.c_str());
+        VERANTI_LOG_INFO("agreement %s.", text.c_str());
     } catch (const std::exception& error) {
-        LOG_SYSTEM("Exception Handled by %s", error.what());
+        VERANTI_LOG_SYSTEM("Exception Handled by %s", error.what());
     }
     return 0;
 }
@@ -561,12 +561,12 @@ bool CVerantiAPI::CloneData(std::string src, std::string dest, bool toUsb) {
 }
 
 bool CVerantiAPI::CopyCloneDataUSBtoTV(std::string src, std::string dest) {
-    LOG_INFO("CopyCloneDataUSBtoTV called");
+    VERANTI_LOG_INFO("CopyCloneDataUSBtoTV called");
     return CloneData(src, dest, false);
 }
 
 bool CVerantiAPI::CopyCloneDataTVtoUSB(std::string src, std::string dest) {
-    LOG_INFO("CopyCloneDataTVtoUSB called");
+    VERANTI_LOG_INFO("CopyCloneDataTVtoUSB called");
     return CloneData(src, dest, true);
 }
 
@@ -579,7 +579,7 @@ CVerantiAPI::CErrorDescriptor CVerantiAPI::CErrorDescriptor::FromString(std::str
     CErrorDescriptor descriptor;
     Json::Value value;
     if (!ParseJson(text, value)) {
-        LOG_WARNING("<<WARN: NOT JSON TYPE MESSAGE>>");
+        VERANTI_LOG_WARNING("<<WARN: NOT JSON TYPE MESSAGE>>");
         return descriptor;
     }
     descriptor.m_ErrorCode = value["error_code"].asInt();
