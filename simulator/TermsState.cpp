@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 
+#include "TermsProtocol.h"
 #include "Wire.h"
 
 namespace {
@@ -15,8 +16,6 @@ using Corvane::Wire::FromText;
 using Corvane::Wire::ToText;
 
 constexpr char kStateKey[] = "db/veranti/simulator_state";
-constexpr char kAgreementsKey[] = "db/veranti/disclaimeragrees";
-constexpr char kTitlesKey[] = "db/veranti/terms_title";
 
 void Write(const char* key, const Json::Value& value) {
     if (vconf_set_str(key, ToText(value).c_str()) != 0) {
@@ -29,7 +28,7 @@ void Write(const char* key, const Json::Value& value) {
 Json::Value Agreements(const TermsState& state, const Catalogue& catalogue) {
     Json::Value agreements(Json::objectValue);
     for (const Term& term : catalogue.terms) {
-        agreements[term.id] = state.IsAgreed(kSet, term.id) ? "true" : "false";
+        agreements[term.id] = state.IsAgreed(kTelevision, term.id) ? "true" : "false";
     }
     return agreements;
 }

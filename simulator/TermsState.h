@@ -9,9 +9,6 @@
 
 #include "Catalogue.h"
 
-/// The product type of the set itself.
-constexpr char kSet[] = "TV";
-
 struct TermsState {
     std::string country;
     /// Ids agreed to, by product type. Ids that the catalogue no longer has are kept.

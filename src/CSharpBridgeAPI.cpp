@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "Log.h"
+#include "TermsProtocol.h"
 
 // The bridge's lines name the place once more, in the message itself.
 #define VERANTI_LOG_BRIDGE(text, ...)                                                           \
@@ -34,7 +35,7 @@ int CSharpSetDisclaimerItemAgreement(const char* strItemId, int isAgreed, const 
 }
 
 int CSharpGetDisclaimerItemAgreement(const char* strItemId, int* pIsAgreed) {
-    const int result = pThis->GetDisclaimerItemAgreement(strItemId, pIsAgreed, "TV");
+    const int result = pThis->GetDisclaimerItemAgreement(strItemId, pIsAgreed, kTelevision);
     // Where the answer went, not the answer: the address, as far as an int shows it.
     VERANTI_LOG_BRIDGE("strItemId, =%s, isagreed =%d", strItemId,
                        static_cast<int>(reinterpret_cast<std::intptr_t>(pIsAgreed)));

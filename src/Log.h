@@ -32,10 +32,12 @@ constexpr const char* FileName(const char* path) {
 #define VERANTI_LOG_YELLOW "\033[33m"
 #define VERANTI_LOG_RED "\033[31m"
 
-#define VERANTI_LOG(tag, buffer, priority, colour, message, ...)                    \
+/// A line of the function that is named.
+#define VERANTI_LOG_AS(function, tag, buffer, priority, colour, message, ...)       \
     __dlog_print(buffer, priority, tag, "%s: %s(%d) > " colour message "\033[0m\n", \
-                 Log::FileName(__FILE__), static_cast<const char*>(__func__),       \
-                 __LINE__ __VA_OPT__(, ) __VA_ARGS__)
+                 Log::FileName(__FILE__), function, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
+/// A line of the function that it stands in.
+#define VERANTI_LOG(...) VERANTI_LOG_AS(static_cast<const char*>(__func__), __VA_ARGS__)
 
 /// A trace.
 #define VERANTI_LOG_DEBUG(...) \

@@ -9,8 +9,8 @@
 
 namespace {
 
-// The whole document, whitespace included, is what other processes have always introspected. "a*"
-// is on purpose: GDBus checks "a(y)" against it.
+// Kept to the character: its length decides which names still fit into the document. "a*" is on
+// purpose: GDBus checks "a(y)" against it.
 constexpr char kInterfaceTemplate[] =
     "<node>"
     "\t <interface name='%s'>"
@@ -38,7 +38,7 @@ constexpr char kInterfaceTemplate[] =
     "\t         <arg type='a*' name='buffer' direction='out'/>"
     "\t     </method>"
     "\t </interface></node>";
-constexpr std::size_t kDocumentSize = 2048;  // a bus name has at most 255 characters
+constexpr std::size_t kDocumentSize = 2048;
 
 /// A value that GDBus borrows, so that it is also released when GDBus refuses the call.
 using Value = std::unique_ptr<GVariant, decltype(&g_variant_unref)>;
@@ -46,14 +46,6 @@ using Value = std::unique_ptr<GVariant, decltype(&g_variant_unref)>;
 Value Keep(GVariant* floating) {
     return {g_variant_ref_sink(floating), &g_variant_unref};
 }
-
-/// A record that is released at the end of its scope.
-struct ScopedMessage : TermsDbusMessage {
-    ScopedMessage() : TermsDbusMessage() {}
-    ~ScopedMessage() { ReleaseTermsDbusMessage(this); }
-    ScopedMessage(const ScopedMessage&) = delete;
-    ScopedMessage& operator=(const ScopedMessage&) = delete;
-};
 
 /// The log's form of a text that may be null; it is sent as an empty one.
 const char* Shown(const char* text) {
@@ -83,8 +75,8 @@ bool TermsDbusServer::CreateDbusServer(std::string serviceName) {
     g_autoptr(GError) error = nullptr;
     m_pConnection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
     if (m_pConnection == nullptr) {
-        VERANTI_LOG_BUS(
-            "get dbus connection fail!");  // a failure, though it has always looked like news
+        VERANTI_LOG_BUS("get dbus connection fail!");  // looks like news, though it is a failure:
+                                                       // scripts search for it so
         if (error != nullptr) {
             VERANTI_LOG_BUS_ERROR("(%s %d)", error->message, error->code);
         }
@@ -244,12 +236,12 @@ void TermsDbusServer::m_ObjectCallback(GDBusConnection* /*connection*/, const ch
     }
     const TermsDbusMessageCallback callback = server->m_fnMessage;
     void* const callbackData = server->m_pMessageData;
-    ScopedMessage request;
+    TermsDbusUtil::OwnedMessage request;
     if (!TermsDbusUtil::MakeParamsToMsgInput(methodName, parameters, request)) {
         VERANTI_LOG_BUS_ERROR("Error, MakeParamsToMsgInput fail ");
         return;
     }
-    ScopedMessage reply;
+    TermsDbusUtil::OwnedMessage reply;
     if (callback != nullptr) {
         VERANTI_LOG_BUS("start to callback func");
         if (callback(methodName, &request, &reply, callbackData) == 0) {

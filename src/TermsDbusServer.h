@@ -8,7 +8,7 @@
 #include "TermsDbusAPI.h"
 
 /// What GDBus reports arrives in the thread-default main context of CreateDbusServer()'s caller, so
-/// that a loop must run there. Nothing is locked. All lines are logged with the tag "dterms-dbus".
+/// that a loop must run there. Nothing is locked.
 class VERANTI_API TermsDbusServer {
   public:
     /// @param name the handle by which the process knows the server.

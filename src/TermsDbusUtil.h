@@ -11,9 +11,29 @@
 /// Values that are returned are floating: the call that they are handed to takes them over.
 namespace TermsDbusUtil {
 
+/// Releases what the four pointers of a record hold and sets them to null.
+inline void Release(TermsDbusMessage& msg) {
+    const auto release = [](auto*& array) {
+        delete[] array;
+        array = nullptr;
+    };
+    release(msg.from);
+    release(msg.type);
+    release(msg.message);
+    release(msg.buffer);
+}
+
+/// An empty record to fill, which is released at the end of its scope.
+struct OwnedMessage : TermsDbusMessage {
+    OwnedMessage() : TermsDbusMessage() {}
+    ~OwnedMessage() { Release(*this); }
+    OwnedMessage(const OwnedMessage&) = delete;
+    OwnedMessage& operator=(const OwnedMessage&) = delete;
+};
+
 /// Fills an empty record from a received tuple.
-/// @return false only for a null @p params. A tuple of another shape is true and fills nothing, as
-///   callers have always known it.
+/// @return false only for a null @p params. A tuple of another shape is true and fills nothing:
+///   callers tell it by the texts, which stay null.
 VERANTI_API bool MakeParamsToMessage(GVariant* params, TermsDbusMessage& msg);
 
 /// Fills an empty record from the arguments of an incoming call.

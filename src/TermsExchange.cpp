@@ -1,8 +1,6 @@
 #include "TermsExchange.h"
 
-namespace {
-constexpr char kTermsService[] = "com.velmora.tv.termsclient";
-}
+#include "TermsProtocol.h"
 
 CTermsProxyGuard::~CTermsProxyGuard() {
     if (m_bProxyOpen) {
@@ -28,6 +26,6 @@ bool CTermsExchange::m_SendTermsRequest() {
                                                Platform::kNoTimeLimit);
 }
 
-bool CTermsExchange::Succeeds() {
+bool CTermsExchange::SendAndCheck() {
     return m_SendTermsRequest() && ReplyBody()["result"].asBool();
 }

@@ -49,9 +49,9 @@ class CTermsExchange {
     /// @return true when the request was delivered and a reply came.
     bool m_SendTermsRequest();
 
-    /// Sends the request.
+    /// Sends the request and waits for the reply as m_SendTermsRequest() does.
     /// @return true when a reply came whose "result" is true.
-    bool Succeeds();
+    bool SendAndCheck();
 
   private:
     /// The server is made and its proxy opened before the messages exist.

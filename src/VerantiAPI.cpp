@@ -2,18 +2,22 @@
 
 #include <glib.h>
 
+#include <initializer_list>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "DisclaimerFields.h"
 #include "JsonText.h"
 #include "Log.h"
 #include "TermsExchange.h"
 #include "TermsJsonParser.h"
+#include "TermsProtocol.h"
 
 namespace {
 
-// A plain flag that the getters read before they lock: it has always been so. Who needs more makes
-// the instance before starting threads.
+// A plain flag that the getters read before they lock, so that a call costs nothing. Who needs more
+// makes the instance before starting threads.
 bool s_bInitialised = false;
 
 GMutex s_Mutex;  // zero is its initial state
@@ -27,12 +31,22 @@ class CInstanceLock {
     CInstanceLock& operator=(const CInstanceLock&) = delete;
 };
 
-constexpr char kSet[] = "TV";  // the product type of the set itself
-constexpr char kAgreementsKey[] = "db/veranti/disclaimeragrees";
-constexpr char kTitlesKey[] = "db/veranti/terms_title";
-
 const char* BoolText(bool value) {
     return value ? "true" : "false";
+}
+
+using Members = std::initializer_list<std::pair<const char*, Json::Value>>;
+
+/// Sends a request whose reply says nothing but "result", and waits for it.
+/// @return true when a reply came whose "result" is true.
+bool SendAndCheck(const char* method, Members members) {
+    CTermsExchange exchange;
+    Json::Value& request = exchange.RequestBody();
+    request["method"] = method;
+    for (const auto& [name, value] : members) {
+        request[name] = value;
+    }
+    return exchange.SendAndCheck();
 }
 
 /// Asks for a screen header. Whether a reply came makes no difference: without one the header is
@@ -56,29 +70,46 @@ bool ReadCheckResult(Json::Value& reply, int& errorCode, int& errorReason) {
 
 /// Both ways of recording one agreement are this request.
 bool SendOneAgreement(const std::string& item, bool agreed, const std::string& productType) {
-    CTermsExchange exchange;
-    Json::Value& request = exchange.RequestBody();
-    request["method"] = "set one agreement";
-    request["product_type"] = productType;
-    request["request_item"] = item;
-    request["is_agreed"] = agreed;
-    return exchange.Succeeds();
+    return SendAndCheck(
+        "set one agreement",
+        {{"product_type", productType}, {"request_item", item}, {"is_agreed", agreed}});
 }
 
-/// Cuts parsed details into sections and appends them to what the record has.
-void AppendSections(bool parsed, Json::Value& details, STHomeDisclaimerContentItem& item) {
+/// Asks the service for an agreement, over a connection that is open. Whether a reply came makes no
+/// difference: without one there is no "result".
+/// @return the agreement; none when the service does not say that it has the disclaimer.
+std::optional<bool> AskForAgreement(CTermsExchange& exchange, const std::string& item,
+                                    const std::string& productType) {
+    exchange.Protocol() = "common_protocol";
+    Json::Value& request = exchange.RequestBody();
+    request["request_type"] = "get disclaimer agreement";
+    request["product_type"] = productType;
+    request["request_item"] = item;
+    exchange.m_SendTermsRequest();
+    Json::Value& reply = exchange.ReplyBody();
+    return reply["result"].asBool() ? std::optional<bool>(reply["is_agreed"].asBool())
+                                    : std::nullopt;
+}
+
+/// Cuts parsed details into sections and appends them to what the record has. The lines carry the
+/// name of the function that asked for the disclaimer.
+void AppendSections(const char* function, bool parsed, Json::Value& details,
+                    STHomeDisclaimerContentItem& item) {
     if (!parsed) {
-        VERANTI_LOG_DEBUG("<<WARN: NOT JSON TYPE MESSAGE>>");
+        VERANTI_LOG_AS(function, Log::kClient, Log::kMain, Log::kDebug, VERANTI_LOG_WHITE,
+                       "<<WARN: NOT JSON TYPE MESSAGE>>");
         return;
     }
     if (!details.isArray()) {
         return;
     }
-    VERANTI_LOG_DEBUG("It is new RULE");
+    VERANTI_LOG_AS(function, Log::kClient, Log::kMain, Log::kDebug, VERANTI_LOG_WHITE,
+                   "It is new RULE");
     for (Json::Value& section : details) {
         std::string title = section["title"].asString();
         std::string data = section["data"].asString();
-        VERANTI_LOG_WARNING("push back");
+        VERANTI_LOG_AS(function, Log::kClient, Log::kMain, Log::kWarning, VERANTI_LOG_RED,
+                       "push back");
         item.vecDetailData.push_back(std::move(title));
         item.vecDetailData.push_back(std::move(data));
     }
@@ -93,12 +124,12 @@ void GetDisclaimerInfo(Json::Value& reply, STHomeDisclaimerContentItem& item) {
     VERANTI_LOG_DEBUG("id %s", item.strItemId.c_str());
     Json::Value details;
     const bool parsed = ParseJson(item.strDetails, details);
-    AppendSections(parsed, details, item);
+    AppendSections(__func__, parsed, details, item);
 }
 
 /// Sends a request for one disclaimer and fills the record.
 int FetchDisclaimer(CTermsExchange& exchange, STHomeDisclaimerContentItem& item) {
-    if (!exchange.Succeeds()) {
+    if (!exchange.SendAndCheck()) {
         return -1;
     }
     GetDisclaimerInfo(exchange.ReplyBody(), item);
@@ -114,6 +145,34 @@ void HandOver(std::unique_ptr<STHomeDisclaimerContentItem> item,
 }
 
 }  // namespace
+
+// From here on in the order of the header, under its headings.
+
+CVerantiAPI::CErrorDescriptor::CErrorDescriptor() : CErrorDescriptor(0, 0) {}
+
+CVerantiAPI::CErrorDescriptor::CErrorDescriptor(int code, int reason)
+    : m_ErrorCode(code), m_ErrorReason(reason) {}
+
+CVerantiAPI::CErrorDescriptor CVerantiAPI::CErrorDescriptor::FromString(std::string text) {
+    CErrorDescriptor descriptor;
+    Json::Value value;
+    if (!ParseJson(text, value)) {
+        VERANTI_LOG_WARNING("<<WARN: NOT JSON TYPE MESSAGE>>");
+        return descriptor;
+    }
+    descriptor.m_ErrorCode = value["error_code"].asInt();
+    descriptor.m_ErrorReason = value["error_reason"].asInt();
+    return descriptor;
+}
+
+std::string CVerantiAPI::CErrorDescriptor::ToString() const {
+    Json::Value value;
+    value["error_code"] = m_ErrorCode;
+    value["error_reason"] = m_ErrorReason;
+    return CompactJson(value);
+}
+
+// Lifetime
 
 CVerantiAPI* CVerantiAPI::m_pInstance = nullptr;
 
@@ -142,8 +201,7 @@ CVerantiAPI* CVerantiAPI::GetInstanceUT() {
     const CInstanceLock lock;
     if (!s_bInitialised) {
         auto* instance = new CVerantiAPI();
-        // The flag first, the other way round than GetInstance(): this getter has always
-        // announced the instance before it stores it.
+        // The flag first, the other way round than GetInstance(): established on sets.
         s_bInitialised = true;
         m_pInstance = instance;
     }
@@ -167,11 +225,13 @@ void CVerantiAPI::m_InitProxy() {
 
 void CVerantiAPI::m_FinalProxy() {}
 
+// The service itself
+
 bool CVerantiAPI::IsServiceAvailable() {
     VERANTI_LOG_INFO("IsServiceAvailable");
     CTermsExchange exchange;
     exchange.RequestBody()["method"] = "is service available";
-    const bool available = exchange.Succeeds();
+    const bool available = exchange.SendAndCheck();
     VERANTI_LOG_INFO("IsServiceAvailable result : %s", BoolText(available));
     return available;
 }
@@ -204,35 +264,22 @@ bool CVerantiAPI::RequestResetNimbra() {
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
     VERANTI_LOG_INFO("RequestResetNimbra called");
-
-    CTermsExchange exchange;
-    Json::Value& request = exchange.RequestBody();
-    request["method"] = "request reset nimbra";
-    request["data"] = Json::nullValue;
-    return exchange.Succeeds();
+    return SendAndCheck("request reset nimbra", {{"data", Json::nullValue}});
 }
+
+// Country and supply of terms
 
 bool CVerantiAPI::SetCountryCode(const std::string& countryCode) {
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
-
-    CTermsExchange exchange;
-    Json::Value& request = exchange.RequestBody();
-    request["method"] = "set country code";
-    request["country_code"] = countryCode;
-    request["data"] = Json::nullValue;
-    return exchange.Succeeds();
+    return SendAndCheck("set country code",
+                        {{"country_code", countryCode}, {"data", Json::nullValue}});
 }
 
 bool CVerantiAPI::RequestCountryCodeList() {
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
-
-    CTermsExchange exchange;
-    Json::Value& request = exchange.RequestBody();
-    request["method"] = "request country code list";
-    request["data"] = Json::nullValue;
-    return exchange.Succeeds();
+    return SendAndCheck("request country code list", {{"data", Json::nullValue}});
 }
 
 bool CVerantiAPI::RequestDisclaimersRESTAPI(std::string requestFrom, std::string terms) {
@@ -242,41 +289,33 @@ bool CVerantiAPI::RequestDisclaimersRESTAPI(std::string requestFrom, std::string
     Json::Value& request = exchange.RequestBody();
     request["method"] = "request disclaimer api";
     request["data"] = Json::nullValue;
-    request["product_type"] = "TV";
+    request["product_type"] = kTelevision;
     request["terms"] = terms;
     request["request_from"] = requestFrom;
     VERANTI_LOG_DEBUG("");
     // The second test never decides: looking "result" up has put it into the body. It is kept as
     // this request's own condition.
-    return exchange.Succeeds() && !exchange.ReplyBody().empty();
+    return exchange.SendAndCheck() && !exchange.ReplyBody().empty();
 }
 
 bool CVerantiAPI::RequestDisclaimerID(std::string productType, bool otherPage) {
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
-
-    CTermsExchange exchange;
-    Json::Value& request = exchange.RequestBody();
-    request["method"] = "request disclaimerid";
-    request["product_type"] = productType;
-    request["request_from"] = "wizard-terms";
-    request["other_page"] = otherPage;
-    request["data"] = Json::nullValue;
-    return exchange.Succeeds();
+    return SendAndCheck("request disclaimerid", {{"product_type", productType},
+                                                 {"request_from", "wizard-terms"},
+                                                 {"other_page", otherPage},
+                                                 {"data", Json::nullValue}});
 }
 
 bool CVerantiAPI::RequestUpdateDisclaimers(std::string productType) {
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
-
-    CTermsExchange exchange;
-    Json::Value& request = exchange.RequestBody();
-    request["method"] = "request update disclaimers";
-    request["product_type"] = productType;
-    request["request_from"] = "wizard-terms";
-    request["data"] = Json::nullValue;
-    return exchange.Succeeds();
+    return SendAndCheck("request update disclaimers", {{"product_type", productType},
+                                                       {"request_from", "wizard-terms"},
+                                                       {"data", Json::nullValue}});
 }
+
+// What the disclaimer screens show
 
 void CVerantiAPI::GetInformationForDisclaimer(Json::Value& header) {
     VERANTI_LOG_INFO("");
@@ -300,7 +339,7 @@ int CVerantiAPI::GetDisclaimerNum(EHomeDisclaimerRequester requester, std::strin
     request["data"] = Json::nullValue;
     request["product_type"] = productType;
     request["requester"] = static_cast<int>(requester);
-    const int number = exchange.Succeeds() ? exchange.ReplyBody()["number"].asInt() : 0;
+    const int number = exchange.SendAndCheck() ? exchange.ReplyBody()["number"].asInt() : 0;
     VERANTI_LOG_INFO("GetDisclaimerNum %d", number);
     return number;
 }
@@ -343,7 +382,7 @@ int CVerantiAPI::GetDisclaimerDetails(std::vector<STHomeDisclaimerContentItem*>&
                                       std::string strProductType) {
     VERANTI_LOG_INFO("GetDisclaimerDetails called for req: %d", static_cast<int>(requester));
     // The count is the set's whatever the product: the service numbers its list for the set.
-    const int count = GetDisclaimerNum(requester, kSet);
+    const int count = GetDisclaimerNum(requester, kTelevision);
     if (count < 1) {
         return 0;
     }
@@ -371,7 +410,7 @@ bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*
     request["product_type"] = strProductType;
     request["terms"] = strTerms;
     request["data"] = Json::nullValue;
-    if (!exchange.Succeeds()) {
+    if (!exchange.SendAndCheck()) {
         return false;
     }
     Json::Value disclaimers = exchange.ReplyBody()["disclaimers"];
@@ -383,7 +422,7 @@ bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*
         Json::Value details;
         const bool parsed = ParseJson(item->strDetails, details);  // what it throws comes first
         VERANTI_LOG_DEBUG("datailData=%s", item->strDetails.c_str());
-        AppendSections(parsed, details, *item);
+        AppendSections(__func__, parsed, details, *item);
         HandOver(std::move(item), vecItems);
     }
     return true;
@@ -405,6 +444,8 @@ int CVerantiAPI::GetDisclaimerOsdLanguage(std::string& language) {
     return 0;
 }
 
+// Agreements
+
 bool CVerantiAPI::SetDisclaimersAgreement(Json::Value& agreements, bool /*unused*/,
                                           std::string productType) {
     VERANTI_LOG_INFO("");
@@ -416,7 +457,7 @@ bool CVerantiAPI::SetDisclaimersAgreement(Json::Value& agreements, bool /*unused
     request["product_type"] = productType;
     request["method"] = "set agreements";
     request["data"] = Json::nullValue;
-    return exchange.Succeeds();
+    return exchange.SendAndCheck();
 }
 
 bool CVerantiAPI::SetDisclaimerItemAgreement(const std::string& item, const int& agreed,
@@ -437,27 +478,17 @@ bool CVerantiAPI::SetAllDisclaimerItemAgreement(int agreed, std::string productT
     VERANTI_LOG_INFO("Model %s try to set all agreement to %s.", productType.c_str(),
                      BoolText(agreed != 0));
     IsServiceAvailable();
-
-    CTermsExchange exchange;
-    Json::Value& request = exchange.RequestBody();
-    request["method"] = "set all agreement";
-    request["product_type"] = productType;
-    request["is_agreed"] = agreed != 0;
-    return exchange.Succeeds();
+    return SendAndCheck("set all agreement",
+                        {{"product_type", productType}, {"is_agreed", agreed != 0}});
 }
 
 bool CVerantiAPI::IsDisclaimerItemExist(const std::string& strItemId, std::string productType) {
-    if (productType != kSet) {
+    if (productType != kTelevision) {
         IsServiceAvailable();
         VERANTI_LOG_INFO("IsDisclaimerItemExist called for strItemId: %s", strItemId.c_str());
-
-        CTermsExchange exchange;
-        Json::Value& request = exchange.RequestBody();
-        request["method"] = "get disclaimer by term id";
-        request["data"] = Json::nullValue;
-        request["product_type"] = productType;
-        request["request_item"] = strItemId;
-        return exchange.Succeeds();
+        return SendAndCheck("get disclaimer by term id", {{"data", Json::nullValue},
+                                                          {"product_type", productType},
+                                                          {"request_item", strItemId}});
     }
     try {
         VERANTI_LOG_WARNING("requested ID %s", strItemId.c_str());
@@ -490,24 +521,16 @@ bool CVerantiAPI::IsDisclaimerItemExist(const std::string& strItemId, std::strin
 
 int CVerantiAPI::GetDisclaimerItemAgreement(const std::string& strItemId, int* pIsAgreed,
                                             std::string productType) {
-    if (productType != kSet) {
+    if (productType != kTelevision) {
         IsServiceAvailable();
         CTermsExchange exchange;
         if (exchange.IsProxyOpen()) {
-            exchange.Protocol() = "common_protocol";
-            Json::Value& request = exchange.RequestBody();
-            request["request_type"] = "get disclaimer agreement";
-            request["product_type"] = productType;
-            request["request_item"] = strItemId;
-            exchange.m_SendTermsRequest();
-            Json::Value& reply = exchange.ReplyBody();
-            if (reply["result"].asBool()) {
-                *pIsAgreed = reply["is_agreed"].asBool() ? 1 : 0;
-            } else {
+            const std::optional<bool> agreed = AskForAgreement(exchange, strItemId, productType);
+            if (!agreed) {
                 VERANTI_LOG(Log::kClient, Log::kMain, Log::kWarning, VERANTI_LOG_YELLOW,
                             "disclaimer %s is not exist!", strItemId.c_str());
-                *pIsAgreed = 0;
             }
+            *pIsAgreed = agreed.value_or(false) ? 1 : 0;
         }
         VERANTI_LOG_INFO("get value : %d", *pIsAgreed);
         // No return: what is stored decides for every product, and the service's answer is for the
@@ -548,16 +571,12 @@ int CVerantiAPI::GetDisclaimerItemAgreement(const std::string& strItemId, int* p
     return 0;
 }
 
+// Clone data on a USB device
+
 bool CVerantiAPI::CloneData(std::string src, std::string dest, bool toUsb) {
     IsServiceAvailable();
-
-    CTermsExchange exchange;
-    Json::Value& request = exchange.RequestBody();
-    request["method"] = toUsb ? "Copy Clone Data TV to USB" : "Copy Clone Data USB to TV";
-    request["src"] = src;
-    request["dest"] = dest;
-    request["data"] = Json::nullValue;
-    return exchange.Succeeds();
+    return SendAndCheck(toUsb ? "Copy Clone Data TV to USB" : "Copy Clone Data USB to TV",
+                        {{"src", src}, {"dest", dest}, {"data", Json::nullValue}});
 }
 
 bool CVerantiAPI::CopyCloneDataUSBtoTV(std::string src, std::string dest) {
@@ -568,28 +587,4 @@ bool CVerantiAPI::CopyCloneDataUSBtoTV(std::string src, std::string dest) {
 bool CVerantiAPI::CopyCloneDataTVtoUSB(std::string src, std::string dest) {
     VERANTI_LOG_INFO("CopyCloneDataTVtoUSB called");
     return CloneData(src, dest, true);
-}
-
-CVerantiAPI::CErrorDescriptor::CErrorDescriptor() : CErrorDescriptor(0, 0) {}
-
-CVerantiAPI::CErrorDescriptor::CErrorDescriptor(int code, int reason)
-    : m_ErrorCode(code), m_ErrorReason(reason) {}
-
-CVerantiAPI::CErrorDescriptor CVerantiAPI::CErrorDescriptor::FromString(std::string text) {
-    CErrorDescriptor descriptor;
-    Json::Value value;
-    if (!ParseJson(text, value)) {
-        VERANTI_LOG_WARNING("<<WARN: NOT JSON TYPE MESSAGE>>");
-        return descriptor;
-    }
-    descriptor.m_ErrorCode = value["error_code"].asInt();
-    descriptor.m_ErrorReason = value["error_reason"].asInt();
-    return descriptor;
-}
-
-std::string CVerantiAPI::CErrorDescriptor::ToString() const {
-    Json::Value value;
-    value["error_code"] = m_ErrorCode;
-    value["error_reason"] = m_ErrorReason;
-    return CompactJson(value);
 }

@@ -136,9 +136,9 @@ TEST_F(DisclaimerTest, WithoutAGoodAnswerTheRecordIsUntouched) {
 }
 
 TEST_F(DisclaimerTest, DetailsBecomeSections) {
-    const Lines rule = {"trace VerantiAPI.cpp AppendSections: It is new RULE"};
-    const Lines prose = {"trace VerantiAPI.cpp AppendSections: <<WARN: NOT JSON TYPE MESSAGE>>"};
-    const std::string push = "warning VerantiAPI.cpp AppendSections: push back";
+    const Lines rule = {"trace VerantiAPI.cpp GetDisclaimerInfo: It is new RULE"};
+    const Lines prose = {"trace VerantiAPI.cpp GetDisclaimerInfo: <<WARN: NOT JSON TYPE MESSAGE>>"};
+    const std::string push = "warning VerantiAPI.cpp GetDisclaimerInfo: push back";
     const struct {
         const char* details;
         Lines sections;
@@ -283,7 +283,7 @@ TEST_F(DisclaimerTest, RevisedDisclaimersAreAppended) {
     EXPECT_TRUE(m_client.GetRevisedDisclaimers(items.list, "phone", "all"));
     EXPECT_EQ(items.Shown(), expected);
     const std::string revised = " VerantiAPI.cpp GetRevisedDisclaimers: ";
-    const std::string rule = " VerantiAPI.cpp AppendSections: ";
+    const std::string rule = " VerantiAPI.cpp GetRevisedDisclaimers: ";
     EXPECT_EQ(
         ThePlatform().Logs(),
         (Lines{"info" + revised + "GetRevisedDisclaimers called", "warning" + revised + "id i",
