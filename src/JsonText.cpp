@@ -5,16 +5,19 @@
 
 #include <memory>
 
-// The builders are made for each call: a static one would be gone for whoever calls while the
-// process ends.
+// The builders are made once and never destroyed: a call may come while the process ends.
 
 bool ParseJson(const std::string& text, Json::Value& value) {
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    static const auto& builder = *new Json::CharReaderBuilder();
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     return reader->parse(text.data(), text.data() + text.size(), &value, nullptr);
 }
 
 std::string CompactJson(const Json::Value& value) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
+    static const auto& builder = *[] {
+        auto* made = new Json::StreamWriterBuilder();
+        (*made)["indentation"] = "";
+        return made;
+    }();
     return Json::writeString(builder, value);
 }

@@ -61,12 +61,9 @@ MessageHandle Call(sd_bus* bus, sd_bus_message* call, int timeLimit) {
     return reply;
 }
 
-/// Hands a call that wants no reply over to the bus.
+/// Hands a call over to the bus; sent without a cookie, it says that it wants no reply.
 bool Post(sd_bus* bus, sd_bus_message* call) {
-    int r = sd_bus_message_set_expect_reply(call, 0);
-    if (r >= 0) {
-        r = sd_bus_send(bus, call, nullptr);
-    }
+    int r = sd_bus_send(bus, call, nullptr);
     while (r >= 0 || r == -EINTR) {
         r = sd_bus_flush(bus);
         if (r >= 0) {

@@ -7,31 +7,7 @@
 
 namespace Corvane::Wire {
 
-namespace {
-
-// The builders are never destroyed: a call may come while the process ends.
-
-const Json::StreamWriterBuilder& Writer() {
-    static const auto* const builder = [] {
-        auto* made = new Json::StreamWriterBuilder();
-        (*made)["indentation"] = "";
-        return made;
-    }();
-    return *builder;
-}
-
-const Json::CharReaderBuilder& Reader() {
-    static const auto* const builder = [] {
-        auto* made = new Json::CharReaderBuilder();
-        (*made)["allowComments"] = false;
-        (*made)["allowTrailingCommas"] = false;
-        (*made)["failIfExtra"] = true;
-        return made;
-    }();
-    return *builder;
-}
-
-}  // namespace
+// The builders are made once and never destroyed: a call may come while the process ends.
 
 std::string ObjectPath(std::string_view busName) {
     std::string path = "/" + std::string(busName);
@@ -40,11 +16,23 @@ std::string ObjectPath(std::string_view busName) {
 }
 
 std::string ToText(const Json::Value& value) {
-    return Json::writeString(Writer(), value);
+    static const auto& builder = *[] {
+        auto* made = new Json::StreamWriterBuilder();
+        (*made)["indentation"] = "";
+        return made;
+    }();
+    return Json::writeString(builder, value);
 }
 
 bool FromText(std::string_view text, Json::Value& value) {
-    const std::unique_ptr<Json::CharReader> reader(Reader().newCharReader());
+    static const auto& builder = *[] {
+        auto* made = new Json::CharReaderBuilder();
+        (*made)["allowComments"] = false;
+        (*made)["allowTrailingCommas"] = false;
+        (*made)["failIfExtra"] = true;
+        return made;
+    }();
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     try {
         Json::Value read;
         if (!reader->parse(text.data(), text.data() + text.size(), &read, nullptr)) {
