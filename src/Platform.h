@@ -1,7 +1,7 @@
-// The seam to the platform: the only file of the library that names the headers of the store and
-// the bus framework and the details that are the framework's own. To build against another
-// platform, give its header folders to the build and, where its framework spells a member
-// differently, change it here. (The log is one function, declared where it is used: Log.h.)
+// The seam to the platform: what the library takes of the store and the bus framework, and the
+// details that are the framework's own. To build against another platform, give its header folders
+// to the build and, where its messages spell a member differently, change it here; the framework's
+// calls are in TermsExchange.cpp. (The log is one function, declared where it is used: Log.h.)
 #pragma once
 
 #include <TCMessage.h>
