@@ -27,23 +27,29 @@ macro(package component name section depends summary details)
             DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component})
 endmacro()
 
+# The release's date stands in CHANGELOG.md, behind its version.
+file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md date LIMIT_COUNT 1 REGEX "^## ")
+string(REGEX REPLACE ".* " "" date "${date}")
+execute_process(COMMAND date --utc --rfc-email --date "${date} 12:00" OUTPUT_VARIABLE VERANTI_DATE
+                OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 configure_file(debian/changelog.in changelog @ONLY)
 compress(${CMAKE_CURRENT_BINARY_DIR}/changelog)
 
 set(this "(= ${PROJECT_VERSION})")
-package(runtime libcapi-veranti-service0 libs "veranti-host-platform ${this}"
+set(library libcapi-veranti-service${VERANTI_SOVERSION})
+package(runtime ${library} libs "veranti-host-platform ${this}"
         "client library of a television's terms-and-conditions service"
         "Applications learn from it what a user has to read and has agreed to,\n\
 and record agreements. A small bus server toolkit stands beside it.")
 package(development libcapi-veranti-service-dev libdevel
-        "libcapi-veranti-service0 ${this}, libjsoncpp-dev"
+        "${library} ${this}, libjsoncpp-dev"
         "client library of a television's terms service - development files"
         "Headers for C and C++, a pkg-config file and a CMake package.")
 package(host veranti-host-platform libs ""
         "log, configuration store and bus framework of a television, for hosts"
         "What the client library needs of a television, on a machine that is none.")
 package(tools veranti-tools utils
-        "libcapi-veranti-service0 ${this}, adduser, default-dbus-system-bus | dbus-system-bus"
+        "${library} ${this}, adduser, default-dbus-system-bus | dbus-system-bus"
         "command and simulated terms-and-conditions service of a television"
         "The command veranti asks a terms service. The simulator is one, and\n\
 starts when it is asked.")
