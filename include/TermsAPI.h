@@ -7,14 +7,14 @@
 /// with the service's answer, however long the service takes; they may be made from any thread.
 ///
 /// Unless a function says otherwise:
-/// - a result of 1 means yes or done, 0 means no, refused or no answer, which the log does not tell
-///   apart;
-/// - it logs an empty line at info priority, tag "Veranti", before what its request logs;
+/// - a result of 1 means yes or done, 0 means no, refused or no answer, which are not told apart;
 /// - texts are UTF-8, end with a NUL and are copied; nothing that is passed in has to outlive the
 ///   call; an id must not be null: a null id raises std::logic_error;
 /// - nothing is caught: what the standard library and the JSON library raise (std::logic_error,
 ///   std::bad_alloc, Json::Exception for a reply that is shaped otherwise) passes through the
 ///   function. A C++ caller can catch it; in a C program it ends the process.
+///
+/// What the library logs is listed in [docs/log.md](docs/log.md).
 #pragma once
 
 #include "VerantiExport.h"
@@ -89,18 +89,16 @@ VERANTI_API void InitailizeTermsContentItem(TermsContentItem* item);
 /// @return 1 when it answered that it is.
 VERANTI_API int IsServiceAvailable(void);
 
-/// Starts the service by asking it whether it is up, on a thread that nobody waits for.
-/// Logs "Finish Trigger Terms Service" and, when the service has answered or failed to,
-/// "IsServiceAvailable true" (or "false"), both to the system buffer at error priority. The empty
-/// line is the thread's, at debug priority.
+/// Starts the service by asking it whether it is up, on a thread that nobody waits for. The answer
+/// reaches the log only.
 /// @throws std::system_error when no thread can be started. On that thread nothing is caught: an
-///   answer whose "result" is a text, an array or an object ends the process.
+///   answer that is shaped otherwise ends the process.
 VERANTI_API void TriggerTermsService(void);
 
 /// Asks the service to bring its terms up to date.
-/// @param requester sent as the request's "product_type", as it has always been; null gives 0.
+/// @param requester sent as the request's "product_type", where the service expects it; null gives
+///   0 without a request.
 /// @return 1 when the reply's "result" is true.
-/// Logs "requester = R" or, for null, "empty requester" in the place of the empty line.
 VERANTI_API int RequestUpdateDisclaimers(const char* requester);
 
 /// Records one agreement. Whether the service took it is not told;
@@ -110,8 +108,7 @@ VERANTI_API int RequestUpdateDisclaimers(const char* requester);
 VERANTI_API void SetDisclaimerItemAgreement(const char* id, int agreed);
 
 /// Tells whether a disclaimer exists, from the agreements in the configuration store, without a
-/// request. Only a null id raises an exception: what reading the store raises is logged as
-/// "Exception Handled by E", to the system buffer at error priority, and gives 0.
+/// request. Only a null id raises an exception: what reading the store raises gives 0.
 /// @param id not null.
 /// @return 1 when the stored member is there and neither null nor an empty array or object.
 VERANTI_API int IsDisclaimerItemExist(const char* id);
@@ -128,17 +125,12 @@ VERANTI_API int GetDisclaimerItemAgreement(const char* id);
 ///   0 without a request; the reader takes remarks, and whatever stands behind the object.
 /// @return 1 when the reply's "result" is true.
 /// @throws Json::Exception for JSON other than an object or null, and for more than 1000 levels.
-/// Logs, in the place of the empty line, "agreements:T" and for a text that is not JSON
-/// "<<WARN: NOT JSON TYPE MESSAGE>>", both to the system buffer at error priority; for null "empty
-/// agreements" (info).
 VERANTI_API int SetDisclaimerItemsAgreements(const char* agreements);
 
 /// Fetches the header of the disclaimer web view.
 /// @return the reply's "headerData" as JSON text on one line, which the caller releases with
 ///   free(); the text null when there is none or no reply came; a null pointer only when there is
 ///   no memory for the copy.
-/// Logs "GetWebDiscliamerHeaderData {T}" and, without memory, "Failed to allocate value", both to
-/// the system buffer at error priority.
 VERANTI_API char* GetInfoForDisclaimerWebView(void);
 
 /// Fetches one disclaimer and shows it to the callback, once.
@@ -146,21 +138,16 @@ VERANTI_API char* GetInfoForDisclaimerWebView(void);
 /// @param callback null is allowed: the disclaimer is fetched for the log only. Not called when the
 ///   reply has no "id": the service does not know the id, refused or gave no answer.
 /// @param user_data passed to the callback.
-/// Logs the warning "There is no id[I]" when there is no disclaimer; else the id, every text of the
-/// record in full as "[T]" (and the warning "empty" for an empty one), the number of section
-/// entries, and an empty line when the record is released, all at info priority.
 VERANTI_API void GetDisclaimerDetail(const char* id, TermsItemCallback callback, void* user_data);
 
 /// Fetches all disclaimers of a requester and shows them to the callback, once.
 ///
 /// The client's own records behind the list, one for each disclaimer, are never released: each call
-/// leaves that many behind. That is how it has always been; a process that asks often uses
-/// CVerantiAPI::GetDisclaimerDetails(), whose caller owns the records.
+/// leaves that many behind. A process that asks often uses CVerantiAPI::GetDisclaimerDetails(),
+/// whose caller owns the records.
 /// @param requester whose list.
 /// @param callback null is allowed. Not called for an empty list.
 /// @param user_data passed to the callback.
-/// Logs the requester (info) and the warning "There is no Terms" for an empty list, else
-/// "numofTerms[N]" (info), and each record as GetDisclaimerDetail() does.
 VERANTI_API void GetAllDisclaimerDetail(TermsRequester requester, TermsItemListCallback callback,
                                         void* user_data);
 

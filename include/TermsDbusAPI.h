@@ -21,10 +21,6 @@
 /// Unless a function says otherwise:
 /// - a result of 1 means done, 0 means not: a null argument, no server under that name, or a bus
 ///   that did not do it;
-/// - it logs to the system buffer at error priority with the tag "Veranti", successes too, and a
-///   null text as "ERROR! service or signal name, char string is NULL", a service name that is not
-///   the server's as "Failed to get TermsDbusServerInstance, serviceName: N"; the server's own
-///   lines have the tag "dterms-dbus";
 /// - nothing is locked: a process does not create, close and use its server from several threads at
 ///   once, and the running loop counts as a user. Callbacks run on the thread of the main loop,
 ///   that is the loop of the thread-default context of CreateTermsDbusServer()'s caller; close the
@@ -35,6 +31,8 @@
 /// - a name, path or time limit that GDBus does not take (a signal called "no name", a limit below
 ///   -1) is also reported by GLib, as a critical warning;
 /// - without memory the process ends, or std::bad_alloc passes through the function.
+///
+/// What the library logs is listed in [docs/log.md](docs/log.md).
 #pragma once
 
 // NOLINTBEGIN(modernize-deprecated-headers,modernize-use-using): this is C
@@ -72,7 +70,7 @@ typedef enum TermsDbusCallbackType VERANTI_ANY_INT {
     TERMS_DBUS_CALLBACK_MESSAGE = 2         ///< a TermsDbusMessageCallback
 } TermsDbusCallbackType;
 
-/// Called when the server has got its bus name, or lost it.
+/// Called when the server has got its bus name; or when it has lost it or does not get it.
 /// @param user_data what was registered.
 typedef void (*TermsDbusNameCallback)(void* user_data);
 
@@ -94,16 +92,15 @@ typedef int (*TermsDbusMessageCallback)(const char* method, TermsDbusMessage* re
 /// Makes the process's server, without touching the bus. An earlier server is forgotten, not
 /// closed: close it first.
 /// @param name the handle name.
-/// Logs "Success to new TermsDbusServer, original Name: N" or "Failed to new ...".
 VERANTI_API int InitiateTermsDbusServer(const char* name);
 
-/// Registers a callback; a later one of the same type replaces it.
+/// Registers a callback; a later one of the same type replaces it. Whether there is a server of
+/// that name reaches the log only.
 /// @param service_name either name of the server.
-/// @param type the slot; a value that is no slot registers nothing, and is logged as done.
-/// @param callback the function, of the slot's type; null empties the slot.
+/// @param type the slot; a value that is no slot registers nothing.
+/// @param callback the function, of the slot's type; null empties the slot. Without a message
+///   callback each message is answered with empty texts.
 /// @param user_data passed to the function.
-/// Logs "RegisterTermsDbusCallback Finish, type [T]" or "RegisterTermsDbusCallback fail !!! type
-/// [T]".
 VERANTI_API void RegisterTermsDbusCallback(const char* service_name, TermsDbusCallbackType type,
                                            void* callback, void* user_data);
 
@@ -113,7 +110,6 @@ VERANTI_API void RegisterTermsDbusCallback(const char* service_name, TermsDbusCa
 ///   bus's decision, and comes later: the name callbacks tell.
 /// @return 1, or 0 at the first step that fails. What came before it stays, such as the request for
 ///   the name, until CloseTermsDbusServer().
-/// Logs "CreateTermsDbusServer Sucess" or "CreateTermsDbusServer Fail".
 VERANTI_API int CreateTermsDbusServer(const char* name);
 
 /// Sends a signal to everybody who listens, from the server's object and interface.
@@ -122,7 +118,6 @@ VERANTI_API int CreateTermsDbusServer(const char* name);
 /// @param message its body; null gives 0. It may be changed or released after the call, unless the
 ///   process prints its messages (G_DBUS_DEBUG) or filters them on the shared connection: then its
 ///   bytes must stay until the message is out.
-/// Logs "SendTermsDbusSignal result: [R]" (debug, main buffer).
 VERANTI_API int SendTermsDbusSignal(const char* service_name, const char* signal_name,
                                     TermsDbusMessage* message);
 
@@ -133,22 +128,19 @@ VERANTI_API int SendTermsDbusSignal(const char* service_name, const char* signal
 /// @param request what to send, with or without bytes; null gives 0.
 /// @param reply an empty record that is filled when the result is 1, also with the other's failure
 ///   message; give it back with ReleaseTermsDbusMessage(). It stays empty, with null texts, when
-///   the other answers with something else than a message. Null gives 0.
+///   the other answers with something else than a message, which gives 1 too. Null gives 0.
 /// @param timeout_ms the longest wait in milliseconds; -1 is GDBus's own limit (25 s).
-/// Logs "SendTermsDbusSyncMessage result: [R]" (debug, main buffer).
 VERANTI_API int SendTermsDbusSyncMessage(const char* service_name, const char* destination,
                                          TermsDbusMessage* request, TermsDbusMessage* reply,
                                          int timeout_ms);
 
 /// Takes the server off the bus and deletes it.
 /// @param service_name either name of the server.
-/// Logs "CloseTermsDbusServer Finish, service name [N]" and "Delete TermsDbusServer instance"
-/// (debug, main buffer), or "CloseTermsDbusServer fail !!! service name [N]".
 VERANTI_API int CloseTermsDbusServer(const char* service_name);
 
 /// @}
 /// @name Records
-/// Nothing is logged, and a null record is left alone.
+/// A null record is left alone.
 /// @{
 
 /// Stores the values in the record as they are: nothing is copied or released.

@@ -10,12 +10,14 @@
 /// Unless a method says otherwise:
 /// - it first calls IsServiceAvailable(), ignores the answer and goes on, so that each request
 ///   leaves the service's state in the log at the price of one more exchange;
-/// - it returns true only when a reply came and its member "result" is true; false may mean that
-///   the request never arrived as well as that the service refused;
-/// - it writes its lines to the main log buffer with the tag "Veranti" at info priority;
+/// - it returns true only when a reply came whose "result" reads as true; false may mean that the
+///   request never arrived as well as that the service refused;
+/// - a member that a reply lacks reads as the empty text, 0, false or null;
 /// - nothing is caught: a reply that is shaped otherwise, such as a text in the place of a number,
 ///   raises Json::Exception, and the connection is closed when it reaches the caller;
 /// - texts are UTF-8 and are copied; nothing that is passed in has to outlive the call.
+///
+/// What the library logs is listed in [docs/log.md](docs/log.md).
 #pragma once
 
 #include <json/value.h>
@@ -37,7 +39,7 @@ enum EHomeDisclaimerRequester {
 };
 
 /// One disclaimer as the service describes it. Each member names the reply member that it is read
-/// from; what is missing there reads as the empty text, 0 or false. Texts are kept as received.
+/// from. Texts are kept as received.
 struct STHomeDisclaimerContentItem {
     std::string strItemId;           ///< "id": the key of requests for this disclaimer
     int nOrder = 0;                  ///< "order": its position in the service's list
@@ -61,8 +63,8 @@ struct STHomeDisclaimerContentItem {
     bool bPPUsed = false;            ///< "ppused": passed through
     bool bReverse = false;           ///< "reverse": passed through
     /// The sections of strDetails when that is a JSON array of objects with "title" and "data":
-    /// title, text, title, text and so on. Requests append to it and never clear it, so a record
-    /// that is filled twice has its sections twice.
+    /// title, text, title, text and so on, empty where one is missing. Requests append to it and
+    /// never clear it, so a record that is filled twice has its sections twice.
     std::vector<std::string> vecDetailData;
 };
 
@@ -80,7 +82,7 @@ class VERANTI_API CVerantiAPI {
 
         /// Reads a descriptor from JSON text.
         /// @return what the text holds, a missing member as 0; code 0 and reason 0 for a text that
-        ///   is not JSON, with the warning "<<WARN: NOT JSON TYPE MESSAGE>>" in the log.
+        ///   is not JSON.
         /// @throws Json::Exception for JSON other than an object or null, for one that is nested
         ///   too deeply, and for a member that cannot be converted to an int.
         static CErrorDescriptor FromString(std::string text);
@@ -101,19 +103,16 @@ class VERANTI_API CVerantiAPI {
     /// @{
 
     /// Returns the one instance and makes it on first use.
-    /// @return the instance, owned by the library until Destroy(). While another thread makes it
-    /// with
-    ///   GetInstanceUT() or destroys it, the result may be null: the getters look before they lock.
-    /// Logs "CVerantiAPI GetInstance" (debug) on each call, "CVerantiAPI m_InitProxy" (debug) when
-    /// it makes the instance.
+    /// @return the instance, owned by the library until Destroy(). The getters look before they
+    ///   lock, so while another thread makes it with GetInstanceUT() the result may be null, and
+    ///   while another destroys it null or already deleted.
     static CVerantiAPI* GetInstance();
 
-    /// As GetInstance(), without a log line and without the hook that runs after creation.
+    /// As GetInstance(), but logs nothing.
     static CVerantiAPI* GetInstanceUT();
 
     /// Deletes the instance, if there is one; the next getter makes a new one. Does not wait for
     /// requests that other threads have in progress.
-    /// Logs "CVerantiAPI Destroy" (debug).
     static void Destroy();
 
     /// The instance, or null. Read it through the getters.
@@ -125,25 +124,22 @@ class VERANTI_API CVerantiAPI {
 
     /// Asks the service whether it is up. Sends "is service available"; makes no other exchange.
     /// @return true when the service answered with "result" true.
-    /// Logs "IsServiceAvailable" and "IsServiceAvailable result : true" (or "false").
     bool IsServiceAvailable();
 
     /// Runs the service's own check. Sends "dravik check".
     /// @param[out] errorCode the reply's "errorcode"; untouched when no reply came.
     /// @param[out] errorReason the reply's "errorreason"; untouched when no reply came.
     /// @return the reply's "result"; the outputs are written also when it is false.
-    /// Logs an empty line.
     bool DravikCheck(int& errorCode, int& errorReason);
 
     /// Reads an error of the service. Sends "dravik get error info".
     /// @param[out] errorCode as above.
     /// @param[out] errorReason as above.
     /// @param[out] errorMessage the reply's "errormessage"; untouched when no reply came.
-    /// @return as above. Logs an empty line.
+    /// @return as above.
     bool DravikCheck(int& errorCode, int& errorReason, std::string& errorMessage);
 
     /// Asks the service to reset Nimbra, the set's content service. Sends "request reset nimbra".
-    /// Logs an empty line, then "RequestResetNimbra called".
     bool RequestResetNimbra();
 
     /// @}
@@ -152,31 +148,25 @@ class VERANTI_API CVerantiAPI {
 
     /// Sets the country whose terms apply. Sends "set country code".
     /// @param countryCode sent as "country_code"; an empty text is sent too.
-    /// Logs an empty line.
     bool SetCountryCode(const std::string& countryCode);
 
     /// Asks the service to fetch its list of countries. Sends "request country code list".
-    /// Logs an empty line.
     bool RequestCountryCodeList();
 
-    /// Asks the service to request terms. Sends "request disclaimer api" for the
-    /// product type "TV".
+    /// Asks the service to request terms. Sends "request disclaimer api" for the product type "TV".
     /// @param requestFrom who asks, sent as "request_from".
     /// @param terms which terms, sent as "terms".
-    /// Logs an empty debug line just before sending.
     bool RequestDisclaimersRESTAPI(std::string requestFrom, std::string terms);
 
     /// Asks the service to fetch the ids of the terms. Sends "request disclaimerid" with
     /// "request_from" "wizard-terms".
     /// @param productType sent as "product_type"; "TV" is the set itself.
     /// @param otherPage sent as "other_page": whether a page other than the wizard asks.
-    /// Logs an empty line.
     bool RequestDisclaimerID(std::string productType, bool otherPage);
 
     /// Asks the service to bring its terms up to date. Sends "request update disclaimers" with
     /// "request_from" "wizard-terms".
     /// @param productType sent as "product_type".
-    /// Logs an empty line.
     bool RequestUpdateDisclaimers(std::string productType);
 
     /// @}
@@ -184,8 +174,8 @@ class VERANTI_API CVerantiAPI {
     /// @{
 
     /// Fetches the header of the disclaimer screen. Sends "get information for disclaimer".
-    /// @param[out] header the reply's "headerData"; null when there is none or no reply came.
-    /// Logs an empty line.
+    /// @param[out] header the reply's "headerData", whatever its "result"; null when there is none
+    ///   or no reply came.
     void GetInformationForDisclaimer(Json::Value& header);
 
     /// Fetches the header of the disclaimer web view. Sends "get information for web view
@@ -196,7 +186,6 @@ class VERANTI_API CVerantiAPI {
     /// @param requester sent as the integer "requester".
     /// @param productType sent as "product_type".
     /// @return the reply's "number" when "result" is true, else 0.
-    /// Logs "GetDisclaimerNum called with requester: N" and "GetDisclaimerNum N".
     int GetDisclaimerNum(EHomeDisclaimerRequester requester, std::string productType);
 
     /// Fetches the disclaimer at a position. Sends "get disclaimer by order".
@@ -206,16 +195,12 @@ class VERANTI_API CVerantiAPI {
     /// @param requester sent as the integer "requester".
     /// @param strProductType sent as "product_type".
     /// @return 0 when the reply's "result" is true, else -1.
-    /// Logs "GetDisclaimerDetail called for index: N and requester: N"; at debug priority the id
-    /// and what becomes of the details ("<<WARN: NOT JSON TYPE MESSAGE>>" or "It is new RULE"), and
-    /// the warning "push back" for each section.
     int GetDisclaimerDetail(STHomeDisclaimerContentItem& item, int index,
                             EHomeDisclaimerRequester requester, std::string strProductType);
 
     /// Fetches the disclaimer with an id. Sends "get disclaimer by term id". Otherwise as by
     /// position.
     /// @param strItemId sent as "request_item".
-    /// Logs "GetDisclaimerDetail called for itemId: I P", then as by position.
     int GetDisclaimerDetail(const std::string& strItemId, STHomeDisclaimerContentItem& item,
                             std::string strProductType);
 
@@ -228,8 +213,6 @@ class VERANTI_API CVerantiAPI {
     /// @param strProductType of the requests for the disclaimers. Their number is always asked for
     ///   "TV".
     /// @return always 0.
-    /// Logs "GetDisclaimerDetails called for req: N"; to the system buffer, at error priority, two
-    /// empty lines around the emptying and the position of each disclaimer.
     int GetDisclaimerDetails(std::vector<STHomeDisclaimerContentItem*>& vecItems,
                              EHomeDisclaimerRequester requester, std::string strProductType);
 
@@ -241,23 +224,18 @@ class VERANTI_API CVerantiAPI {
     /// @param strProductType sent as "product_type".
     /// @param strTerms which terms, sent as "terms".
     /// @return the reply's "result"; false when no reply came.
-    /// Logs "GetRevisedDisclaimers called"; for each the warning "id I", then "datailData=..."
-    /// (debug) and what becomes of the details, as GetDisclaimerDetail() does.
     bool GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*>& vecItems,
                                std::string strProductType, std::string strTerms);
 
     /// Reads the title of an entry of the terms menu from the configuration store, key
     /// "db/veranti/terms_title". Makes no request.
-    /// @param[out] title the "title" of the stored array's element; untouched when the result is
-    /// -1.
+    /// @param[out] title the "title" of the stored array's element, a number or a boolean as its
+    ///   text; untouched when the result is -1.
     /// @param index the position in the array, from 0.
     /// @return 0, or -1 when there is no such title or it is empty. Json exceptions are caught.
-    /// Logs "GetDisclaimerTitle called for index: N", then at debug priority the stored value's
-    /// size and the title found, which may be empty, or a warning that says why nothing could be
-    /// read.
     int GetDisclaimerTitle(std::string& title, int index);
 
-    /// Gives the language of the terms' screens. Makes no request and logs nothing.
+    /// Gives the language of the terms' screens. Makes no request.
     /// @param[out] language always "ko".
     /// @return always 0.
     int GetDisclaimerOsdLanguage(std::string& language);
@@ -268,30 +246,28 @@ class VERANTI_API CVerantiAPI {
 
     /// Records several agreements in one request. Sends "set agreements" with the members of
     /// @p agreements at the top level of the request.
-    /// @param[in,out] agreements a JSON object in the service's own layout. It is taken over: after
-    ///   the call it holds the request's former empty body. Keep a copy if you need it again.
+    /// @param[in,out] agreements a JSON object in the service's own layout, or null for none;
+    ///   "method", "product_type" and "data" are the request's own. It is taken over: after the
+    ///   call it holds the request's former empty body. Keep a copy if you need it again.
     /// @param unused part of the signature only.
     /// @param productType sent as "product_type".
-    /// Logs an empty line.
+    /// @throws Json::Exception for other JSON, which is taken over too.
     bool SetDisclaimersAgreement(Json::Value& agreements, bool unused, std::string productType);
 
     /// Records one agreement. Sends "set one agreement".
     /// @param item the id, sent as "request_item".
     /// @param agreed 0 withdraws, anything else agrees; sent as the boolean "is_agreed".
     /// @param productType sent as "product_type".
-    /// Logs "Model P try to set I agreement to true." (or "false") after the availability check.
     bool SetDisclaimerItemAgreement(const std::string& item, const int& agreed,
                                     std::string productType);
 
     /// Records the agreement to a revised disclaimer. Sends "set one agreement", as
     /// SetDisclaimerItemAgreement() does.
-    /// Logs "SetRevisedTermAgreement called".
     bool SetRevisedTermAgreement(std::string item, bool agreed, std::string productType);
 
     /// Agrees to all disclaimers or withdraws all agreements. Sends "set all agreement".
     /// @param agreed 0 withdraws, anything else agrees; sent as the boolean "is_agreed".
     /// @param productType sent as "product_type".
-    /// Logs "Model P try to set all agreement to true." (or "false").
     bool SetAllDisclaimerItemAgreement(int agreed, std::string productType);
 
     /// Tells whether a disclaimer exists. For the set itself (product type "TV") it is looked up in
@@ -303,9 +279,6 @@ class VERANTI_API CVerantiAPI {
     /// @return true when the stored member is there and neither null nor an empty array or object,
     ///   or the reply's "result". A store that cannot be read gives false; an exception on the way
     ///   is caught for the set, but not while the service is asked.
-    /// Logs the warning "requested ID I", what is stored, and the warning "I  exist" or the reason
-    /// why not, an exception as "Exception Handled by E" to the system buffer at error priority;
-    /// for other products "IsDisclaimerItemExist called for strItemId: I".
     bool IsDisclaimerItemExist(const std::string& strItemId, std::string productType);
 
     /// Tells whether the user has agreed to a disclaimer, from the agreements in the configuration
@@ -318,11 +291,7 @@ class VERANTI_API CVerantiAPI {
     ///   object nor null, or is nested too deeply) what is stored writes nothing, and the caller's
     ///   value or, for other products, the service's answer stays.
     /// @param productType sent as "product_type".
-    /// @return always 0.
-    /// Logs the warning "requested ID I", what is stored, and "agreement T." or a warning that says
-    /// why there is none; for other products "get value : N" and, when no reply came or its
-    /// "result" is not true, the warning "disclaimer I is not exist!". An exception is logged as
-    /// above.
+    /// @return always 0. Exceptions are caught as above.
     int GetDisclaimerItemAgreement(const std::string& strItemId, int* pIsAgreed,
                                    std::string productType);
 
@@ -334,13 +303,12 @@ class VERANTI_API CVerantiAPI {
     /// @param src where from, sent as "src" as it is.
     /// @param dest where to, sent as "dest" as it is.
     /// @param toUsb the direction.
-    /// Logs nothing of its own.
     bool CloneData(std::string src, std::string dest, bool toUsb);
 
-    /// CloneData() from the device to the set. Logs "CopyCloneDataUSBtoTV called".
+    /// CloneData() from the device to the set.
     bool CopyCloneDataUSBtoTV(std::string src, std::string dest);
 
-    /// CloneData() from the set to the device. Logs "CopyCloneDataTVtoUSB called".
+    /// CloneData() from the set to the device.
     bool CopyCloneDataTVtoUSB(std::string src, std::string dest);
 
     /// @}
