@@ -29,7 +29,7 @@ std::string CTermsJsonParser::GetMenuTitleFromVconf(std::string key, int index) 
     }
     try {
         Json::Value titles;
-        // The older reader: stored titles were always read with its defaults.
+        // The older reader with its defaults: they decide which stored titles are JSON.
         if (!Json::Reader().parse(*text, titles) || titles.empty()) {
             VERANTI_LOG_WARNING("Parsing Error : [%s]", text->c_str());
             return "";
