@@ -1,19 +1,17 @@
 // The bus server toolkit at hand: serve a name, call one, send a signal, listen to signals.
-#include <TermsDbusAPI.h>
-#include <gio/gio.h>
-#include <glib-unix.h>
+#include <TermsDbusUtil.h>
 #include <unistd.h>
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
-#include <vector>
 
+#include "BusLoop.h"
+#include "BusServer.h"
 #include "Subcommands.h"
 #include "Text.h"
 
@@ -60,14 +58,6 @@ struct Outgoing : TermsDbusMessage {
     }
 };
 
-/// A record that was received.
-struct Incoming : TermsDbusMessage {
-    Incoming() : TermsDbusMessage() {}
-    ~Incoming() { ReleaseTermsDbusMessage(this); }
-    Incoming(const Incoming&) = delete;
-    Incoming& operator=(const Incoming&) = delete;
-};
-
 /// A text of a received record, which has none when the sender's bytes were of another type.
 const char* Text(const char* text) {
     return text != nullptr ? text : "";
@@ -108,86 +98,6 @@ void PrintEvent(bool asJson, const std::string& event, const std::string& text) 
     Print(asJson, json, text);
 }
 
-/// The process's main loop, which ends with SIGINT, SIGTERM, the bus or enough messages.
-class Loop {
-  public:
-    explicit Loop(unsigned count = 0) : m_left(count) {
-        for (const int signal : {SIGINT, SIGTERM}) {
-            m_sources.push_back(g_unix_signal_add(signal, &Loop::OnSignal, this));
-        }
-        m_connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
-        if (m_connection != nullptr) {
-            g_dbus_connection_set_exit_on_close(m_connection, FALSE);
-            m_closed =
-                g_signal_connect_swapped(m_connection, "closed", G_CALLBACK(&Loop::OnClosed), this);
-        }
-    }
-    ~Loop() {
-        for (const unsigned source : m_sources) {
-            g_source_remove(source);
-        }
-        if (m_connection != nullptr) {
-            g_signal_handler_disconnect(m_connection, m_closed);
-            g_object_unref(m_connection);
-        }
-        g_main_loop_unref(m_loop);
-    }
-    Loop(const Loop&) = delete;
-    Loop& operator=(const Loop&) = delete;
-
-    GDBusConnection* Connection() const { return m_connection; }
-    /// @return false when the bus ended it.
-    bool Run() {
-        g_main_loop_run(m_loop);
-        return !m_busIsGone;
-    }
-    void Quit() { g_main_loop_quit(m_loop); }
-    /// Notes that a message was handled.
-    void Count() {
-        if (m_left > 0 && --m_left == 0) {
-            Quit();
-        }
-    }
-
-  private:
-    static gboolean OnSignal(void* loop) {
-        static_cast<Loop*>(loop)->Quit();
-        return G_SOURCE_CONTINUE;
-    }
-    static void OnClosed(Loop* loop) {
-        loop->m_busIsGone = true;
-        loop->Quit();
-    }
-
-    GMainLoop* m_loop = g_main_loop_new(nullptr, FALSE);
-    GDBusConnection* m_connection = nullptr;
-    unsigned long m_closed = 0;
-    std::vector<unsigned> m_sources;
-    unsigned m_left;
-    bool m_busIsGone = false;
-};
-
-/// The process's server under a name; it ends with the object.
-class Server {
-  public:
-    explicit Server(std::string name) : m_name(std::move(name)) {
-        InitiateTermsDbusServer(m_name.c_str());
-    }
-    ~Server() { CloseTermsDbusServer(m_name.c_str()); }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
-
-    template <typename Function>
-    void On(TermsDbusCallbackType type, Function* callback, void* data) {
-        RegisterTermsDbusCallback(m_name.c_str(), type, reinterpret_cast<void*>(callback), data);
-    }
-    bool Create() { return CreateTermsDbusServer(m_name.c_str()) != 0; }
-    const char* Name() const { return m_name.c_str(); }
-
-  private:
-    std::string m_name;
-};
-
 Answer Done(bool done, const std::string& text, const std::string& refusal) {
     Answer answer = Plain(done, text, refusal);
     answer.needsService = false;
@@ -204,8 +114,8 @@ Answer NoBus() {
 struct Serving {
     Options options;
     bool asJson;
-    Server server;
-    Loop loop;
+    BusServer server;
+    BusLoop loop;
 
     Serving(const Options& chosen, bool json)
         : options(chosen), asJson(json), server(chosen.name), loop(chosen.count) {}
@@ -245,12 +155,12 @@ struct Serving {
 
 Answer Call(const Options& options) {
     // A caller has a name of its own, so that it is a server too.
-    Server server("com.velmora.tv.veranti.pid" + std::to_string(getpid()));
+    BusServer server("com.velmora.tv.veranti.pid" + std::to_string(getpid()));
     if (!server.Create()) {
         return NoBus();
     }
     Outgoing request(options);
-    Incoming reply;
+    TermsDbusUtil::OwnedMessage reply;
     if (SendTermsDbusSyncMessage(server.Name(), options.name.c_str(), &request, &reply,
                                  options.timeout) == 0 ||
         reply.message == nullptr) {
@@ -270,11 +180,11 @@ Answer Call(const Options& options) {
 
 /// Sends a signal from a name, which has to be the sender's for the time.
 Answer Signal(const Options& options) {
-    Server server(options.name);
-    Loop loop;
+    BusServer server(options.name);
+    BusLoop loop;
     bool acquired = false;
     struct Waiting {
-        Loop& loop;
+        BusLoop& loop;
         bool& acquired;
     } waiting{loop, acquired};
     server.On(
@@ -306,32 +216,17 @@ Answer Signal(const Options& options) {
 /// Shows the signals of a name.
 struct Listening {
     bool asJson;
-    Loop loop;
+    BusLoop loop;
 
     static void OnSignal(GDBusConnection* /*connection*/, const char* /*sender*/,
                          const char* /*path*/, const char* /*interface*/, const char* signal,
                          GVariant* body, void* listening) {
         auto& self = *static_cast<Listening*>(listening);
-        const bool withBytes = g_variant_is_of_type(body, G_VARIANT_TYPE("(sussa(y))")) != FALSE;
-        if (!withBytes && g_variant_is_of_type(body, G_VARIANT_TYPE("(suss)")) == FALSE) {
+        TermsDbusUtil::OwnedMessage message;
+        TermsDbusUtil::MakeParamsToMessage(body, message);
+        if (message.from == nullptr) {
             return;  // some other program's
         }
-        const char* from = nullptr;
-        const char* type = nullptr;
-        const char* text = nullptr;
-        TermsDbusMessage message{};  // borrows what the body holds
-        g_autoptr(GVariant) bytes = nullptr;
-        if (withBytes) {
-            g_variant_get(body, "(&su&s&s@a(y))", &from, &message.code, &type, &text, &bytes);
-            message.buffer_size = static_cast<std::uint32_t>(g_variant_get_size(bytes));
-            message.buffer =
-                static_cast<std::uint8_t*>(const_cast<void*>(g_variant_get_data(bytes)));
-        } else {
-            g_variant_get(body, "(&su&s&s)", &from, &message.code, &type, &text);
-        }
-        message.from = const_cast<char*>(from);
-        message.type = const_cast<char*>(type);
-        message.message = const_cast<char*>(text);
         Json::Value json = ToJson(message);
         json["signal"] = signal;
         Print(self.asJson, json, std::string(signal) + ": " + ToText(message));
@@ -340,7 +235,7 @@ struct Listening {
 };
 
 Answer Listen(const Options& options, bool asJson) {
-    Listening listening{asJson, Loop(options.count)};
+    Listening listening{asJson, BusLoop(options.count)};
     GDBusConnection* connection = listening.loop.Connection();
     if (connection == nullptr) {
         return NoBus();
@@ -352,11 +247,11 @@ Answer Listen(const Options& options, bool asJson) {
     g_autoptr(GVariant) answer = g_dbus_connection_call_sync(
         connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
         "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-    if (answer == nullptr) {
-        return NoBus();
+    bool done = answer != nullptr;
+    if (done) {
+        PrintEvent(asJson, "listening", "Listening to " + options.name + '.');
+        done = listening.loop.Run();
     }
-    PrintEvent(asJson, "listening", "Listening to " + options.name + '.');
-    const bool done = listening.loop.Run();
     g_dbus_connection_signal_unsubscribe(connection, subscription);
     return done ? Done(true, "Stopped listening to " + options.name + '.', "") : NoBus();
 }
