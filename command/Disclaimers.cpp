@@ -1,6 +1,3 @@
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
 #include "Subcommands.h"
 #include "Text.h"
 
@@ -32,11 +29,12 @@ std::vector<std::string> Buttons(const Item& item) {
     return labels;
 }
 
-std::string State(const Item& item) {
-    if (item.bOnlyNotice) {
-        return "notice";
-    }
+std::string Agreement(const Item& item) {
     return item.bIsAgreed ? "agreed" : "not agreed";
+}
+
+std::string State(const Item& item) {
+    return item.bOnlyNotice ? "notice" : Agreement(item);
 }
 
 Json::Value ToJson(const Item& item) {
@@ -123,142 +121,107 @@ Row ListRow(const Item& item) {
 
 /// The list of revised disclaimers carries neither their order nor whether they are notices.
 Row RevisedRow(const Item& item) {
-    return {OneLine(item.strItemId), OneLine(item.strTitle),
-            item.bIsAgreed ? "agreed" : "not agreed"};
+    return {OneLine(item.strItemId), OneLine(item.strTitle), Agreement(item)};
 }
 
-void AddLists(Registrar& requests) {
-    const auto requester = Argument<int>(0);
-    const auto product = Argument<std::string>("TV");
-    CLI::App* list =
-        requests.Add("list", "List the terms that a requester sees", [=](CVerantiAPI& client) {
-            const auto who = static_cast<EHomeDisclaimerRequester>(*requester);
-            Items items;
-            client.GetDisclaimerDetails(items.list, who, *product);
-            // No terms is also what a refusal gives.
-            Answer answer = ListAnswer(
-                !items.list.empty(), items, {"ID", "ORDER", "TITLE", "STATE"}, ListRow,
-                "The terms service lists no terms for requester " + std::to_string(*requester) +
-                    ", or refused to: try another requester.");
-            const auto listed = static_cast<int>(items.list.size());
-            const int counted = answer.done ? client.GetDisclaimerNum(who, "TV") : 0;
-            if (listed < counted) {
-                answer.warning = "The terms service gave " + std::to_string(listed) + " of " +
-                                 std::to_string(counted) + " terms: try again for the others.";
-            }
-            return answer;
-        });
-    AddRequester(list, requester);
-    AddProduct(list, product);
-
-    const auto terms = Argument<std::string>("all");
-    const auto revisedProduct = Argument<std::string>("TV");
-    CLI::App* revised =
-        requests.Add("revised", "List the terms that were revised", [=](CVerantiAPI& client) {
-            Items items;
-            const bool done = client.GetRevisedDisclaimers(items.list, *revisedProduct, *terms);
-            Answer answer = ListAnswer(done, items, {"ID", "TITLE", "STATE"}, RevisedRow,
-                                       "The terms service refused to list revised terms.");
-            if (done && items.list.empty()) {
-                answer.text = "No terms were revised.";
-            }
-            return answer;
-        });
-    revised->add_option("--terms", *terms, "Which terms: all, or ids with commas")
-        ->capture_default_str();
-    AddProduct(revised, revisedProduct);
+Answer List(CVerantiAPI& client, const Options& given) {
+    Items items;
+    client.GetDisclaimerDetails(items.list, given.WhoAsks(), given.product);
+    // No terms is also what a refusal gives.
+    Answer answer =
+        ListAnswer(!items.list.empty(), items, {"ID", "ORDER", "TITLE", "STATE"}, ListRow,
+                   "The terms service lists no terms for requester " +
+                       std::to_string(given.requester) + ", or refused to: try another requester.");
+    const auto listed = static_cast<int>(items.list.size());
+    // The list is as long as the set's own, whatever the product.
+    const int counted = answer.done ? client.GetDisclaimerNum(given.WhoAsks(), kTelevision) : 0;
+    if (listed < counted) {
+        answer.warning = "The terms service gave " + std::to_string(listed) + " of " +
+                         std::to_string(counted) + " terms: try again for the others.";
+    }
+    return answer;
 }
 
-void AddShow(Registrar& requests) {
-    const auto id = Argument<std::string>();
-    const auto index = Argument<int>(-1);
-    const auto requester = Argument<int>(0);
-    const auto product = Argument<std::string>("TV");
-    CLI::App* show = requests.Add("show", "Show a term with its texts", [=](CVerantiAPI& client) {
-        Item item;
-        const auto who = static_cast<EHomeDisclaimerRequester>(*requester);
-        const bool byIndex = *index >= 0;
-        const int result = byIndex ? client.GetDisclaimerDetail(item, *index, who, *product)
-                                   : client.GetDisclaimerDetail(*id, item, *product);
-        Answer answer =
-            Plain(result == 0, ToPage(item),
-                  byIndex ? "There is no term at the index " + std::to_string(*index) +
+Answer ListRevised(CVerantiAPI& client, const Options& given) {
+    Items items;
+    const bool done = client.GetRevisedDisclaimers(items.list, given.product, given.terms);
+    Answer answer = ListAnswer(done, items, {"ID", "TITLE", "STATE"}, RevisedRow,
+                               "The terms service refused to list revised terms.");
+    if (done && items.list.empty()) {
+        answer.text = "No terms were revised.";
+    }
+    return answer;
+}
+
+std::string NoTerm(const std::string& id) {
+    return "There is no term \"" + id + "\": `veranti list` shows the ids.";
+}
+
+Answer Show(CVerantiAPI& client, const Options& given) {
+    Item item;
+    const int result =
+        given.index ? client.GetDisclaimerDetail(item, *given.index, given.WhoAsks(), given.product)
+                    : client.GetDisclaimerDetail(given.id, item, given.product);
+    Answer answer =
+        Plain(result == 0, ToPage(item),
+              given.index ? "There is no term at the index " + std::to_string(*given.index) +
                                 ": `veranti list` shows how many there are."
-                          : "There is no term \"" + *id + "\": `veranti list` shows the ids.");
-        if (answer.done) {
-            answer.json = ToJson(item);
-        }
-        return answer;
-    });
-    CLI::Option_group* which = show->add_option_group("which");
-    which->add_option("ID", *id, "The term's id");
-    which->add_option("--index", *index, "Its position in the requester's list, from 0")
-        ->check(CLI::NonNegativeNumber);
-    which->require_option(1);
-    AddRequester(show, requester);
-    AddProduct(show, product);
+                          : NoTerm(given.id));
+    if (answer.done) {
+        answer.json = ToJson(item);
+    }
+    return answer;
 }
 
-/// `exists` and `agreed`: questions whose answer is the exit status as well.
-void AddQuestions(Registrar& requests) {
-    const auto id = Argument<std::string>();
-    const auto product = Argument<std::string>("TV");
-    CLI::App* exists =
-        requests.Add("exists", "Say whether a term exists", [=](CVerantiAPI& client) {
-            Answer answer =
-                Plain(client.IsDisclaimerItemExist(*id, *product), *id + " exists.",
-                      "There is no term \"" + *id + "\": `veranti list` shows the ids.");
-            answer.needsService = *product != "TV";
-            return answer;
-        });
-    AddRequired(exists, "ID", "The term's id", id);
-    AddProduct(exists, product);
-
-    const auto agreedId = Argument<std::string>();
-    const auto agreedProduct = Argument<std::string>("TV");
-    CLI::App* agreed =
-        requests.Add("agreed", "Say whether the user agreed to a term", [=](CVerantiAPI& client) {
-            int isAgreed = 0;
-            client.GetDisclaimerItemAgreement(*agreedId, &isAgreed, *agreedProduct);
-            Answer answer =
-                Plain(isAgreed != 0, *agreedId + " is agreed to.",
-                      *agreedId + " is not agreed to: `veranti agree " + *agreedId + "` agrees.");
-            answer.needsService = false;  // what is stored decides
-            return answer;
-        });
-    AddRequired(agreed, "ID", "The term's id", agreedId);
-    AddProduct(agreed, agreedProduct);
+Answer SayWhetherItExists(CVerantiAPI& client, const Options& given) {
+    Answer answer = Plain(client.IsDisclaimerItemExist(given.id, given.product),
+                          given.id + " exists.", NoTerm(given.id));
+    answer.needsService = given.product != kTelevision;
+    return answer;
 }
 
-void AddMenu(Registrar& requests) {
-    const auto index = Argument<int>(0);
-    CLI::App* title = requests.Add(
-        "title", "Show the title of an entry of the terms menu", [index](CVerantiAPI& client) {
-            std::string text;
-            const int result = client.GetDisclaimerTitle(text, *index);
-            Answer answer = Plain(result == 0, OneLine(text),
-                                  "The menu has no title at the index " + std::to_string(*index) +
-                                      ": give one from 0 on, below the number of its entries.");
-            answer.json["title"] = text;
-            answer.needsService = false;
-            return answer;
-        });
-    title->add_option("N", *index, "The entry's position, from 0")->required();
+Answer SayWhetherItIsAgreed(CVerantiAPI& client, const Options& given) {
+    int isAgreed = 0;
+    client.GetDisclaimerItemAgreement(given.id, &isAgreed, given.product);
+    // What is stored decides.
+    return Local(isAgreed != 0, given.id + " is agreed to.",
+                 given.id + " is not agreed to: `veranti agree " + given.id + "` agrees.");
+}
 
-    requests.Add("language", "Show the language of the terms' screens", [](CVerantiAPI& client) {
-        std::string language;
-        const int result = client.GetDisclaimerOsdLanguage(language);
-        Answer answer = Plain(result == 0, language, "");
-        answer.json["language"] = language;
-        return answer;
-    });
+Answer ShowTitle(CVerantiAPI& client, const Options& given) {
+    const int index = given.index.value_or(0);  // an empty text is a number, too
+    std::string title;
+    const int result = client.GetDisclaimerTitle(title, index);
+    Answer answer = Local(result == 0, OneLine(title),
+                          "The menu has no title at the index " + std::to_string(index) +
+                              ": give one from 0 on, below the number of its entries.");
+    answer.json["title"] = title;
+    return answer;
+}
+
+Answer ShowLanguage(CVerantiAPI& client, const Options& /*given*/) {
+    std::string language;
+    const int result = client.GetDisclaimerOsdLanguage(language);
+    Answer answer = Plain(result == 0, language, "");
+    answer.json["language"] = language;
+    return answer;
 }
 
 }  // namespace
 
-void AddDisclaimers(Registrar& requests) {
-    AddLists(requests);
-    AddShow(requests);
-    AddQuestions(requests);
-    AddMenu(requests);
+void AddDisclaimers(const Subcommands& add) {
+    Options& given = add.given;
+    add("list", "List the terms that a requester sees", &List, {Requester(given), Product(given)});
+    add("revised", "List the terms that were revised", &ListRevised,
+        {{"--terms", &given.terms, "Which terms: all, or ids with commas"}, Product(given)});
+    add("show", "Show a term with its texts", &Show, {Requester(given), Product(given)})
+        .AddChoice({{"ID", &given.id, "The term's id"},
+                    {"--index", &given.index, "Its position in the requester's list, from 0",
+                     kOptional, NotNegative()}});
+    add("exists", "Say whether a term exists", &SayWhetherItExists, {Id(given), Product(given)});
+    add("agreed", "Say whether the user agreed to a term", &SayWhetherItIsAgreed,
+        {Id(given), Product(given)});
+    add("title", "Show the title of an entry of the terms menu", &ShowTitle,
+        {{"N", &given.index, "The entry's position, from 0", kRequired}});
+    add("language", "Show the language of the terms' screens", &ShowLanguage);
 }

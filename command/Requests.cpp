@@ -1,8 +1,6 @@
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <climits>
 #include <iostream>
-#include <sstream>
+#include <iterator>
 
 #include "Subcommands.h"
 #include "Text.h"
@@ -19,11 +17,14 @@ std::string Aligned(const Json::Value& object) {
     return Table(rows);
 }
 
-Answer HeaderAnswer(const Json::Value& header) {
+template <auto request>
+Answer ShowHeader(CVerantiAPI& client, const Options& /*given*/) {
+    Json::Value header;
+    (client.*request)(header);
     const bool done = header.isObject() && !header.empty();
-    Answer answer = Plain(done, "", "The terms service has no header for its screens.");
+    Answer answer = Plain(done, done ? Aligned(header) : "",
+                          "The terms service has no header for its screens.");
     answer.json["header"] = header;
-    answer.text = done ? Aligned(header) : "";
     return answer;
 }
 
@@ -51,212 +52,174 @@ struct Found {
     }
 };
 
-void AddServiceRequests(Registrar& requests) {
-    requests.Add("status", "Say whether the terms service is up", [](CVerantiAPI& client) {
-        return Plain(client.IsServiceAvailable(), "The terms service is up.",
-                     "The terms service was not ready a moment ago: try again.");
-    });
-    requests.Add("check", "Run the service's own check", [](CVerantiAPI& client) {
-        Found found;
-        const bool done = client.DravikCheck(found.code, found.reason);
-        return found.ToAnswer(done, false);
-    });
-    requests.Add("last-error", "Show the service's last error", [](CVerantiAPI& client) {
-        Found found;
-        const bool done = client.DravikCheck(found.code, found.reason, found.message);
-        return found.ToAnswer(done, true);
-    });
-    requests.Add("reset-nimbra", "Reset the content service", [](CVerantiAPI& client) {
-        return Plain(client.RequestResetNimbra(), "The reset was accepted.",
-                     "The terms service refused the reset.");
-    });
+Answer SayWhetherItIsUp(CVerantiAPI& client, const Options& /*given*/) {
+    return Plain(client.IsServiceAvailable(), "The terms service is up.",
+                 "The terms service was not ready a moment ago: try again.");
 }
 
-void AddSupplyRequests(Registrar& requests) {
-    const auto code = Argument<std::string>();
-    AddRequired(requests.Add("country", "Set the country whose terms apply",
-                             [code](CVerantiAPI& client) {
-                                 return Plain(client.SetCountryCode(*code),
-                                              "The country is set to " + *code + '.',
-                                              "The terms service does not take the country \"" +
-                                                  *code +
-                                                  "\": give a code that it has, such as KR.");
-                             }),
-                "CODE", "Two letters, such as KR", code);
-
-    requests.Add(
-        "countries", "Ask the service to fetch its list of countries", [](CVerantiAPI& client) {
-            return Plain(client.RequestCountryCodeList(), "The list of countries was fetched.",
-                         "The terms service refused to fetch the list of countries.");
-        });
-
-    const auto from = Argument<std::string>("veranti");
-    const auto terms = Argument<std::string>("all");
-    CLI::App* fetch = requests.Add(
-        "fetch", "Ask the service to fetch terms from its server",
-        [from, terms](CVerantiAPI& client) {
-            return Plain(client.RequestDisclaimersRESTAPI(*from, *terms), "The terms were fetched.",
-                         "The terms service refused to fetch the terms \"" + *terms + "\".");
-        });
-    fetch->add_option("TERMS", *terms, "Which terms")->capture_default_str();
-    fetch->add_option("--from", *from, "Who asks")->capture_default_str();
-
-    const auto product = Argument<std::string>("TV");
-    const auto otherPage = Argument<bool>(false);
-    CLI::App* ids = requests.Add("fetch-ids", "Ask the service to fetch the ids of the terms",
-                                 [product, otherPage](CVerantiAPI& client) {
-                                     return Plain(client.RequestDisclaimerID(*product, *otherPage),
-                                                  "The ids were fetched.",
-                                                  "The terms service refused to fetch the ids.");
-                                 });
-    ids->add_flag("--other-page", *otherPage, "Ask as a page other than the set-up wizard");
-    AddProduct(ids, product);
-
-    const auto updated = Argument<std::string>("TV");
-    AddProduct(requests.Add("update", "Ask the service to bring its terms up to date",
-                            [updated](CVerantiAPI& client) {
-                                return Plain(client.RequestUpdateDisclaimers(*updated),
-                                             "The terms are up to date.",
-                                             "The terms service could not update its terms: its "
-                                             "own output says why.");
-                            }),
-               updated);
+Answer RunCheck(CVerantiAPI& client, const Options& /*given*/) {
+    Found found;
+    const bool done = client.DravikCheck(found.code, found.reason);
+    return found.ToAnswer(done, false);
 }
 
-void AddScreenRequests(Registrar& requests) {
-    requests.Add("header", "Show the header of the terms screen", [](CVerantiAPI& client) {
-        Json::Value header;
-        client.GetInformationForDisclaimer(header);
-        return HeaderAnswer(header);
-    });
-    requests.Add("web-header", "Show the header of the terms web view", [](CVerantiAPI& client) {
-        Json::Value header;
-        client.GetInformationForDisclaimerWebView(header);
-        return HeaderAnswer(header);
-    });
-
-    const auto requester = Argument<int>(HOME_DISCLAIMER_REQUESTER_0);
-    const auto product = Argument<std::string>("TV");
-    CLI::App* count = requests.Add(
-        "count", "Count the terms that a requester sees",
-        [requester, product](CVerantiAPI& client) {
-            const auto who = static_cast<EHomeDisclaimerRequester>(*requester);
-            const int number = client.GetDisclaimerNum(who, *product);
-            // 0 is also what a refusal gives.
-            Answer answer = Plain(
-                number > 0,
-                std::to_string(number) + " terms for requester " + std::to_string(*requester) + '.',
-                "The terms service counts no terms for requester " + std::to_string(*requester) +
-                    ", or refused to count: try another requester.");
-            answer.json["number"] = number;
-            return answer;
-        });
-    AddRequester(count, requester);
-    AddProduct(count, product);
+Answer ShowLastError(CVerantiAPI& client, const Options& /*given*/) {
+    Found found;
+    const bool done = client.DravikCheck(found.code, found.reason, found.message);
+    return found.ToAnswer(done, true);
 }
 
-/// `agree` and `withdraw`: one term, or all.
-void AddAgreement(Registrar& requests, const std::string& name, bool agreed) {
-    const auto id = Argument<std::string>();
-    const auto product = Argument<std::string>("TV");
-    const std::string done = agreed ? "Agreed to " : "Withdrew the agreement to ";
-    CLI::App* command = requests.Add(
-        name, agreed ? "Agree to a term, or to all" : "Withdraw the agreement to a term, or to all",
-        [id, product, agreed, done](CVerantiAPI& client) {
-            if (id->empty()) {
-                return Plain(client.SetAllDisclaimerItemAgreement(agreed ? 1 : 0, *product),
-                             done + "all terms.",
-                             "The terms service could not record that: its own output says why.");
-            }
-            return Plain(client.SetDisclaimerItemAgreement(*id, agreed ? 1 : 0, *product),
-                         done + *id + '.',
-                         "The terms service does not take an agreement to \"" + *id +
-                             "\": give the id of a term that can be agreed to.");
-        });
-    CLI::Option_group* which = command->add_option_group("which");
-    which->add_option("ID", *id, "The term's id")->check([](const std::string& text) {
-        return text.empty() ? std::string("must not be empty") : std::string();
-    });
-    which->add_flag("--all", "All terms");
-    which->require_option(1);
-    AddProduct(command, product);
+Answer ResetNimbra(CVerantiAPI& client, const Options& /*given*/) {
+    return Plain(client.RequestResetNimbra(), "The reset was accepted.",
+                 "The terms service refused the reset.");
+}
+
+Answer SetCountry(CVerantiAPI& client, const Options& given) {
+    return Plain(client.SetCountryCode(given.country),
+                 "The country is set to " + given.country + '.',
+                 "The terms service does not take the country \"" + given.country +
+                     "\": give a code that it has, such as KR.");
+}
+
+Answer FetchCountries(CVerantiAPI& client, const Options& /*given*/) {
+    return Plain(client.RequestCountryCodeList(), "The list of countries was fetched.",
+                 "The terms service refused to fetch the list of countries.");
+}
+
+Answer Fetch(CVerantiAPI& client, const Options& given) {
+    return Plain(client.RequestDisclaimersRESTAPI(given.from, given.terms),
+                 "The terms were fetched.",
+                 "The terms service refused to fetch the terms \"" + given.terms + "\".");
+}
+
+Answer FetchIds(CVerantiAPI& client, const Options& given) {
+    return Plain(client.RequestDisclaimerID(given.product, given.otherPage),
+                 "The ids were fetched.", "The terms service refused to fetch the ids.");
+}
+
+Answer Update(CVerantiAPI& client, const Options& given) {
+    return Plain(client.RequestUpdateDisclaimers(given.product), "The terms are up to date.",
+                 "The terms service could not update its terms: its own output says why.");
+}
+
+Answer Count(CVerantiAPI& client, const Options& given) {
+    const std::string requester = std::to_string(given.requester);
+    const int number = client.GetDisclaimerNum(given.WhoAsks(), given.product);
+    // 0 is also what a refusal gives.
+    Answer answer =
+        Plain(number > 0, std::to_string(number) + " terms for requester " + requester + '.',
+              "The terms service counts no terms for requester " + requester +
+                  ", or refused to count: try another requester.");
+    answer.json["number"] = number;
+    return answer;
+}
+
+Answer AgreementAnswer(bool done, bool agreed, const std::string& id) {
+    return Plain(done, (agreed ? "Agreed to " : "Withdrew the agreement to ") + id + '.',
+                 "The terms service does not take an agreement to \"" + id +
+                     "\": give the id of a term that can be agreed to.");
+}
+
+/// Agrees to a term, or to all, or withdraws that.
+template <bool agreed>
+Answer SetAgreement(CVerantiAPI& client, const Options& given) {
+    constexpr int value = agreed ? 1 : 0;
+    if (!given.id.empty()) {
+        return AgreementAnswer(client.SetDisclaimerItemAgreement(given.id, value, given.product),
+                               agreed, given.id);
+    }
+    Answer answer = AgreementAnswer(client.SetAllDisclaimerItemAgreement(value, given.product),
+                                    agreed, "all terms");
+    answer.refusal = "The terms service could not record that: its own output says why.";
+    return answer;
+}
+
+Answer AgreeRevised(CVerantiAPI& client, const Options& given) {
+    const bool done = client.SetRevisedTermAgreement(given.id, !given.withdraw, given.product);
+    return AgreementAnswer(done, !given.withdraw, given.id);
 }
 
 /// Reads a JSON object from the text, or from standard input when the text is "-".
 Json::Value ReadObject(std::string text) {
     if (text == "-") {
-        std::ostringstream given;
-        given << std::cin.rdbuf();
-        text = given.str();
+        text.assign(std::istreambuf_iterator<char>(std::cin), {});
     }
     Json::Value object;
     if (!ReadJson(text, object) || !object.isObject()) {
-        throw CLI::ValidationError("AGREEMENTS",
-                                   "must be a JSON object such as {\"some_id\":\"true\"}");
+        throw std::invalid_argument(
+            "AGREEMENTS: must be a JSON object such as {\"some_id\":\"true\"}");
     }
     return object;
 }
 
-void AddAgreementRequests(Registrar& requests) {
-    AddAgreement(requests, "agree", true);
-    AddAgreement(requests, "withdraw", false);
-
-    const auto revised = Argument<std::string>();
-    const auto refused = Argument<bool>(false);
-    const auto product = Argument<std::string>("TV");
-    CLI::App* again =
-        requests.Add("agree-revised", "Agree to a revised term", [=](CVerantiAPI& client) {
-            return Plain(client.SetRevisedTermAgreement(*revised, !*refused, *product),
-                         (*refused ? "Withdrew the agreement to " : "Agreed to ") + *revised + '.',
-                         "The terms service does not take an agreement to \"" + *revised +
-                             "\": give the id of a term that can be agreed to.");
-        });
-    AddRequired(again, "ID", "The term's id", revised);
-    again->add_flag("--withdraw", *refused, "Withdraw instead");
-    AddProduct(again, product);
-
-    const auto text = Argument<std::string>();
-    const auto several = Argument<std::string>("TV");
-    CLI::App* set = requests.Add(
-        "set-agreements", "Record several agreements in one request",
-        [text, several](CVerantiAPI& client) {
-            Json::Value agreements = ReadObject(*text);
-            return Plain(client.SetDisclaimersAgreement(agreements, true, *several),
-                         "The agreements are recorded.",
-                         "The terms service took none of the agreements: give ids that it has, "
-                         "each with true or false.");
-        });
-    AddRequired(set, "AGREEMENTS", "A JSON object of ids with true or false; - reads it from input",
-                text);
-    AddProduct(set, several);
+Answer SetAgreements(CVerantiAPI& client, const Options& given) {
+    Json::Value agreements = ReadObject(given.agreements);
+    return Plain(client.SetDisclaimersAgreement(agreements, true, given.product),
+                 "The agreements are recorded.",
+                 "The terms service took none of the agreements: give ids that it has, each with "
+                 "true or false.");
 }
 
-void AddCloneRequests(Registrar& requests) {
-    for (const bool toUsb : {true, false}) {
-        const auto source = Argument<std::string>();
-        const auto destination = Argument<std::string>();
-        CLI::App* copy = requests.Add(
-            toUsb ? "copy-to-usb" : "copy-from-usb",
-            toUsb ? "Copy clone data from the set to a USB device"
-                  : "Copy clone data from a USB device to the set",
-            [=](CVerantiAPI& client) {
-                return Plain(toUsb ? client.CopyCloneDataTVtoUSB(*source, *destination)
-                                   : client.CopyCloneDataUSBtoTV(*source, *destination),
-                             "Copying from " + *source + " to " + *destination + '.',
-                             "The terms service refused to copy: give a source and a destination "
-                             "that it has.");
-            });
-        AddRequired(copy, "SRC", "Where from", source);
-        AddRequired(copy, "DEST", "Where to", destination);
-    }
+template <auto copy>
+Answer Copy(CVerantiAPI& client, const Options& given) {
+    return Plain((client.*copy)(given.source, given.destination),
+                 "Copying from " + given.source + " to " + given.destination + '.',
+                 "The terms service refused to copy: give a source and a destination that it has.");
+}
+
+void AddSupply(const Subcommands& add) {
+    Options& given = add.given;
+    add("country", "Set the country whose terms apply", &SetCountry,
+        {{"CODE", &given.country, "Two letters, such as KR", kRequired}});
+    add("countries", "Ask the service to fetch its list of countries", &FetchCountries);
+    add("fetch", "Ask the service to fetch terms from its server", &Fetch,
+        {{"TERMS", &given.terms, "Which terms"}, {"--from", &given.from, "Who asks"}});
+    add("fetch-ids", "Ask the service to fetch the ids of the terms", &FetchIds,
+        {{"--other-page", &given.otherPage, "Ask as a page other than the set-up wizard"},
+         Product(given)});
+    add("update", "Ask the service to bring its terms up to date", &Update, {Product(given)});
+}
+
+void AddAgreements(const Subcommands& add) {
+    Options& given = add.given;
+    const auto notEmpty = [](const std::string& id) {
+        return id.empty() ? "must not be empty" : "";
+    };
+    const std::vector<Argument> which = {{"ID", &given.id, "The term's id", kOptional, {notEmpty}},
+                                         {"--all", nullptr, "All terms"}};
+    add("agree", "Agree to a term, or to all", &SetAgreement<true>, {Product(given)})
+        .AddChoice(which);
+    add("withdraw", "Withdraw the agreement to a term, or to all", &SetAgreement<false>,
+        {Product(given)})
+        .AddChoice(which);
+    add("agree-revised", "Agree to a revised term", &AgreeRevised,
+        {Id(given), {"--withdraw", &given.withdraw, "Withdraw instead"}, Product(given)});
+    add("set-agreements", "Record several agreements in one request", &SetAgreements,
+        {{"AGREEMENTS", &given.agreements,
+          "A JSON object of ids with true or false; - reads it from input", kRequired},
+         Product(given)});
 }
 
 }  // namespace
 
-void AddRequests(Registrar& requests) {
-    AddServiceRequests(requests);
-    AddSupplyRequests(requests);
-    AddScreenRequests(requests);
-    AddAgreementRequests(requests);
-    AddCloneRequests(requests);
+void AddRequests(const Subcommands& add) {
+    Options& given = add.given;
+    add("status", "Say whether the terms service is up", &SayWhetherItIsUp);
+    add("check", "Run the service's own check", &RunCheck);
+    add("last-error", "Show the service's last error", &ShowLastError);
+    add("reset-nimbra", "Reset the content service", &ResetNimbra);
+    AddSupply(add);
+    add("header", "Show the header of the terms screen",
+        &ShowHeader<&CVerantiAPI::GetInformationForDisclaimer>);
+    add("web-header", "Show the header of the terms web view",
+        &ShowHeader<&CVerantiAPI::GetInformationForDisclaimerWebView>);
+    add("count", "Count the terms that a requester sees", &Count,
+        {Requester(given), Product(given)});
+    AddAgreements(add);
+    const std::vector<Argument> places = {{"SRC", &given.source, "Where from", kRequired},
+                                          {"DEST", &given.destination, "Where to", kRequired}};
+    add("copy-to-usb", "Copy clone data from the set to a USB device",
+        &Copy<&CVerantiAPI::CopyCloneDataTVtoUSB>, places);
+    add("copy-from-usb", "Copy clone data from a USB device to the set",
+        &Copy<&CVerantiAPI::CopyCloneDataUSBtoTV>, places);
 }

@@ -3,9 +3,6 @@
 #include <json/reader.h>
 #include <json/writer.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
 #include "Text.h"
 
 Answer Plain(bool done, const std::string& text, const std::string& refusal) {
@@ -14,6 +11,12 @@ Answer Plain(bool done, const std::string& text, const std::string& refusal) {
     answer.json["result"] = done;
     answer.text = text;
     answer.refusal = refusal;
+    return answer;
+}
+
+Answer Local(bool done, const std::string& text, const std::string& refusal) {
+    Answer answer = Plain(done, text, refusal);
+    answer.needsService = false;
     return answer;
 }
 
@@ -35,24 +38,23 @@ bool ReadJson(const std::string& text, Json::Value& value) {
     }
 }
 
-CLI::App* Registrar::Add(const std::string& name, const std::string& help, const Action& action) {
-    CLI::App* command = m_app.add_subcommand(name, help);
-    command->callback([&chosen = m_chosen, action] { chosen = action; });
-    return command;
+Command Subcommands::operator()(const std::string& name, const std::string& help,
+                                const Action& action,
+                                const std::vector<Argument>& arguments) const {
+    Command added =
+        command.AddSubcommand(name, help, [&chosen = chosen, action] { chosen = action; });
+    added.Add(arguments);
+    return added;
 }
 
-void AddRequired(CLI::App* command, const std::string& name, const std::string& help,
-                 const std::shared_ptr<std::string>& value) {
-    command->add_option(name, *value, help)->required();
+Argument Id(Options& given) {
+    return {"ID", &given.id, "The term's id", kRequired};
 }
 
-void AddProduct(CLI::App* command, const std::shared_ptr<std::string>& product) {
-    command->add_option("--product", *product, "The product type; TV is the set itself")
-        ->capture_default_str();
+Argument Product(Options& given) {
+    return {"--product", &given.product, "The product type; TV is the set itself"};
 }
 
-void AddRequester(CLI::App* command, const std::shared_ptr<int>& requester) {
-    command->add_option("--requester", *requester, "Who asks")
-        ->check(CLI::Range(0, 4))
-        ->capture_default_str();
+Argument Requester(Options& given) {
+    return {"--requester", &given.requester, "Who asks", kOptional, InRange(0, 4)};
 }

@@ -2,15 +2,46 @@
 /// What the subcommands of `veranti` are made of.
 #pragma once
 
+#include <TermsProtocol.h>
+#include <VerantiAPI.h>
 #include <json/value.h>
 
-#include <CLI/App.hpp>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <string>
-#include <utility>
 
-#include "VerantiAPI.h"
+#include "CommandLine.h"
+
+/// What the command line gives. Only one subcommand is chosen, so that all share it.
+struct Options {
+    bool json = false;         ///< print JSON
+    bool log = false;          ///< show the library's log
+    std::string id;            ///< a term's; empty for all terms
+    std::optional<int> index;  ///< a term's or a title's position
+    int requester = 0;
+    std::string product = kTelevision;
+    std::string terms = "all";
+    std::string from = "veranti";
+    std::string country;
+    std::string agreements;  ///< JSON
+    std::string source;
+    std::string destination;
+    bool otherPage = false;
+    bool withdraw = false;
+
+    std::string name;  ///< a server's
+    std::string signal;
+    std::string text;
+    std::string file;  ///< whose bytes go with the text
+    std::string type = "text";
+    unsigned code = 0;
+    int timeout = 25000;            ///< milliseconds
+    std::optional<unsigned> count;  ///< after how many messages to stop; 0 for never
+
+    EHomeDisclaimerRequester WhoAsks() const {
+        return static_cast<EHomeDisclaimerRequester>(requester);
+    }
+};
 
 /// What came of a request.
 struct Answer {
@@ -24,10 +55,13 @@ struct Answer {
 };
 
 /// A request that was chosen on the command line and waits to be sent.
-using Action = std::function<Answer(CVerantiAPI& client)>;
+using Action = std::function<Answer(CVerantiAPI& client, const Options& given)>;
 
 /// The answer to a request that says yes or no; its JSON is {"result": done}.
 Answer Plain(bool done, const std::string& text, const std::string& refusal);
+
+/// The same for one that needs no service.
+Answer Local(bool done, const std::string& text, const std::string& refusal);
 
 /// JSON on one line, in valid UTF-8 with every letter as it is.
 std::string JsonLine(const Json::Value& value);
@@ -36,40 +70,28 @@ std::string JsonLine(const Json::Value& value);
 /// @return false when the text is not one JSON value and nothing else.
 bool ReadJson(const std::string& text, Json::Value& value);
 
-/// Adds subcommands to the application.
-class Registrar {
-  public:
-    /// @param[out] chosen receives the action of the subcommand that is parsed.
-    Registrar(CLI::App& app, Action& chosen) : m_app(app), m_chosen(chosen) {}
+/// Adds subcommands to a command.
+struct Subcommands {
+    Command command;
+    Options& given;  ///< what their options fill
+    Action& chosen;  ///< becomes the action of the subcommand that is given
 
-    /// Adds a subcommand whose action is taken when it is parsed.
-    CLI::App* Add(const std::string& name, const std::string& help, const Action& action);
-
-  private:
-    CLI::App& m_app;
-    Action& m_chosen;
+    Command operator()(const std::string& name, const std::string& help, const Action& action,
+                       const std::vector<Argument>& arguments = {}) const;
 };
 
-/// A value that an option fills and an action reads; it lives as long as one of them.
-template <typename Value>
-std::shared_ptr<Value> Argument(Value initial = {}) {
-    return std::make_shared<Value>(std::move(initial));
-}
-
-/// @name Options that several subcommands have
+/// @name Arguments that several subcommands have
 /// @{
-void AddRequired(CLI::App* command, const std::string& name, const std::string& help,
-                 const std::shared_ptr<std::string>& value);
-void AddProduct(CLI::App* command, const std::shared_ptr<std::string>& product);
-void AddRequester(CLI::App* command, const std::shared_ptr<int>& requester);
+Argument Id(Options& given);
+Argument Product(Options& given);
+Argument Requester(Options& given);
 /// @}
 
 /// The plain requests: the service, the country, headers, agreements, clone data.
-void AddRequests(Registrar& requests);
+void AddRequests(const Subcommands& add);
 
 /// Disclaimers with their texts, and what is read from the configuration store.
-void AddDisclaimers(Registrar& requests);
+void AddDisclaimers(const Subcommands& add);
 
 /// The bus server toolkit.
-/// @param asJson read when the action runs: whether to print JSON meanwhile.
-void AddBus(CLI::App& app, Action& chosen, const bool& asJson);
+void AddBus(const Subcommands& add);

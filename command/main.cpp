@@ -1,5 +1,4 @@
 // veranti: the client's requests, for people and scripts.
-#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <iostream>
 
@@ -8,7 +7,6 @@
 namespace {
 
 constexpr int kRefused = 1;
-constexpr int kUsage = 2;
 
 std::string BusAddress() {
     const char* address = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
@@ -47,51 +45,40 @@ int Report(CVerantiAPI& client, const Answer& answer, bool asJson) {
 }
 
 /// Sends the request. What the client cannot read of the reply is a refusal like any other.
-Answer Ask(CVerantiAPI& client, const Action& action) {
+Answer Ask(CVerantiAPI& client, const Action& action, const Options& given) {
     try {
-        return action(client);
+        return action(client, given);
     } catch (const Json::Exception& error) {
-        Answer answer =
-            Plain(false, "",
-                  std::string("The terms service's answer cannot be read (") + error.what() +
-                      "): make sure that it is a terms service that has the name.");
-        answer.needsService = false;
-        return answer;
+        return Local(false, "",
+                     std::string("The terms service's answer cannot be read (") + error.what() +
+                         "): make sure that it is a terms service that has the name.");
     }
 }
 
 int Run(int argc, char** argv) {
-    CLI::App app(
-        "Asks the terms service of this machine.\nExits with 0 when it is done, 1 when the service "
-        "said no or is not there, 2 for wrong usage.",
-        "veranti");
-    bool asJson = false;
-    bool showLog = false;
+    Options given;
     Action chosen;
-    app.set_version_flag("--version", "veranti " VERANTI_VERSION, "Say which version this is");
-    app.fallthrough();
-    app.require_subcommand(0, 1);
-    app.add_flag("--json", asJson, "Print one line of JSON");
-    app.add_flag("--log", showLog, "Show the library's log lines while it runs");
-    Registrar requests(app, chosen);
-    AddDisclaimers(requests);
-    AddRequests(requests);
-    AddBus(app, chosen, asJson);
-    try {
-        app.parse(argc, argv);
+    const Command program("veranti",
+                          "Asks the terms service of this machine.\nExits with 0 when it is done, "
+                          "1 when the service said no or is not there, 2 for wrong usage.");
+    program.Add({{"--json", &given.json, "Print one line of JSON"},
+                 {"--log", &given.log, "Show the library's log lines while it runs"}});
+    const Subcommands add{program, given, chosen};
+    AddDisclaimers(add);
+    AddRequests(add);
+    AddBus(add);
+    return program.Run(argc, argv, [&] {
         if (!chosen) {
-            throw CLI::RequiredError("A subcommand");
+            throw std::invalid_argument("A subcommand is required");
         }
-        if (showLog) {
+        if (given.log) {
             setenv("VERANTI_LOG", "stderr", 1);
         }
         CVerantiAPI& client = *CVerantiAPI::GetInstance();
-        const int status = Report(client, Ask(client, chosen), asJson);
+        const int status = Report(client, Ask(client, chosen, given), given.json);
         CVerantiAPI::Destroy();
         return status;
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_SUCCESS : kUsage;
-    }
+    });
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // veranti-simulator: a terms service for machines that have none.
 #include <systemd/sd-event.h>
 
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -9,14 +8,14 @@
 #include <optional>
 
 #include "BusEndpoint.h"
+#include "CommandLine.h"
 #include "Misbehaviour.h"
+#include "TermsProtocol.h"
 #include "TermsService.h"
 
 namespace {
 
-constexpr char kName[] = "com.velmora.tv.termsclient";
 constexpr int kFailure = 1;
-constexpr int kUsage = 2;
 
 struct Options {
     std::string catalogue;
@@ -77,12 +76,12 @@ int Serve(const Options& options) {
     // The store is not touched before the name is ours: it may be another simulator's. Calls arrive
     // when the loop runs.
     std::optional<TermsService> service;
-    const BusEndpoint endpoint(loop.get(), kName,
+    const BusEndpoint endpoint(loop.get(), kTermsService,
                                [&](const std::string& protocol, const std::string& text) {
                                    return Respond(*service, options, protocol, text);
                                });
     service.emplace(std::move(catalogue), options.catalogue);
-    std::cout << "Serving " << service->NumberOfTerms() << " terms as " << kName
+    std::cout << "Serving " << service->NumberOfTerms() << " terms as " << kTermsService
               << ". SIGTERM or Ctrl-C ends it." << std::endl;
     const int ended = sd_event_loop(loop.get());
     if (ended < 0) {
@@ -95,53 +94,32 @@ int Serve(const Options& options) {
     return EXIT_SUCCESS;
 }
 
-void AddOptions(CLI::App& app, Options& options) {
-    using Methods = std::vector<std::string>;
-    const auto add = [&app](const char* name, const char* type, const char* help,
-                            std::function<void(const Methods&)> take) {
-        const auto checked = [take = std::move(take)](const Methods& methods) {
-            try {
-                take(methods);
-            } catch (const std::invalid_argument& error) {
-                throw CLI::ValidationError(error.what());
-            }
-        };
-        app.add_option_function<Methods>(name, checked, help)
-            ->type_name(type)
-            ->expected(1)
-            ->take_all();
-    };
-    app.add_option("--catalogue", options.catalogue, "Serve the terms of this JSON file")
-        ->type_name("FILE");
-    app.add_flag("--verbose", options.verbose, "Print every request and its reply");
+void AddOptions(const Command& program, Options& options) {
     MisbehaviourPlan& plan = options.plan;
-    add("--fail", "METHOD", "Answer this request with \"result\" false",
-        [&plan](const Methods& methods) { plan.Plan(&Misbehaviour::fails, methods); });
-    add("--delay", "METHOD=MS", "Answer this request so many milliseconds later",
-        [&plan](const Methods& methods) { plan.Delay(methods); });
-    add("--silent", "METHOD", "Never answer this request",
-        [&plan](const Methods& methods) { plan.Plan(&Misbehaviour::silent, methods); });
-    add("--garbage", "METHOD", "Answer this request with something that is not JSON",
-        [&plan](const Methods& methods) { plan.Plan(&Misbehaviour::garbage, methods); });
+    const auto planned = [&plan](bool Misbehaviour::*what) -> Argument::Take {
+        return [&plan, what](const auto& methods) { plan.Plan(what, methods); };
+    };
+    const Argument::Take delayed = [&plan](const auto& methods) { plan.Delay(methods); };
+    program.Add({{"--catalogue FILE", &options.catalogue, "Serve the terms of this JSON file"},
+                 {"--verbose", &options.verbose, "Print every request and its reply"},
+                 {"--fail METHOD", planned(&Misbehaviour::fails),
+                  "Answer this request with \"result\" false"},
+                 {"--delay METHOD=MS", delayed, "Answer this request so many milliseconds later"},
+                 {"--silent METHOD", planned(&Misbehaviour::silent), "Never answer this request"},
+                 {"--garbage METHOD", planned(&Misbehaviour::garbage),
+                  "Answer this request with something that is not JSON"}});
 }
 
 int Run(int argc, char** argv) {
-    CLI::App app("A terms service for machines that have none. It answers as " +
-                     std::string(kName) +
-                     " on the system bus\n(DBUS_SYSTEM_BUS_ADDRESS) and keeps what it is told in "
-                     "the configuration store (VERANTI_STORE).\n--fail, --delay, --silent and "
-                     "--garbage may be given several times.",
-                 "veranti-simulator");
-    app.set_version_flag("--version", "veranti-simulator " VERANTI_VERSION,
-                         "Say which version this is");
     Options options;
-    AddOptions(app, options);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_SUCCESS : kUsage;
-    }
-    return Serve(options);
+    const Command program(
+        "veranti-simulator",
+        "A terms service for machines that have none. It answers as " + std::string(kTermsService) +
+            " on the system bus\n(DBUS_SYSTEM_BUS_ADDRESS) and keeps what it is told in the "
+            "configuration store (VERANTI_STORE).\n--fail, --delay, --silent and --garbage may be "
+            "given several times.");
+    AddOptions(program, options);
+    return program.Run(argc, argv, [&] { return Serve(options); });
 }
 
 }  // namespace
