@@ -37,16 +37,11 @@ class Paragraph {
         : m_columns(std::max<std::size_t>(columns, indent + 2) - indent), m_indent(indent, ' ') {}
 
     void AddWord(const std::string& word) {
-        const std::size_t width = Width(word);
-        if (m_used > 0 && m_used + 1 + width > m_columns) {
+        if (m_used > 0 && m_used + 1 + Width(word) > m_columns) {
             EndLine();
         }
         if (m_used > 0) {
             Append(" ", 1);
-        }
-        if (width <= m_columns) {
-            Append(word, width);
-            return;
         }
         for (const char* at = word.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
             const std::size_t wide = Columns(g_utf8_get_char(at));

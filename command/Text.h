@@ -18,7 +18,7 @@ std::string OneLine(const std::string& text);
 /// Breaks a printable text between words into lines of at most so many columns, each with an indent
 /// in front; a word that is longer than a line is broken where the line ends. Its own line feeds
 /// are kept. Every line ends with a line feed.
-std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent = 0);
+std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent);
 
 /// Rows of printable cells, the columns below each other, without a final line feed.
 std::string Table(const std::vector<std::vector<std::string>>& rows);
