@@ -11,7 +11,7 @@ _veranti() {
     done
     local words
     words=$(veranti "${path[@]}" --help 2>/dev/null |
-        sed -nE 's/^  (-h,)?([a-z][a-z-]*|--[a-z-]+)( .*)?$/\2/p')
+        sed -nE 's/^ {2,4}(-h,)?([a-z][a-z-]*|--[a-z-]+)( .*)?$/\2/p')
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }
 complete -o default -F _veranti veranti
