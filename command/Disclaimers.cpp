@@ -108,9 +108,7 @@ Answer ListAnswer(bool done, const Items& items, const Row& heading, Row (*row)(
         answer.json.append(ToJson(*item));
         rows.push_back(row(*item));
     }
-    if (!items.list.empty()) {
-        answer.text = Table(rows);
-    }
+    answer.text = Table(rows);
     return answer;
 }
 
@@ -147,7 +145,7 @@ Answer ListRevised(CVerantiAPI& client, const Options& given) {
     const bool done = client.GetRevisedDisclaimers(items.list, given.product, given.terms);
     Answer answer = ListAnswer(done, items, {"ID", "TITLE", "STATE"}, RevisedRow,
                                "The terms service refused to list revised terms.");
-    if (done && items.list.empty()) {
+    if (items.list.empty()) {
         answer.text = "No terms were revised.";
     }
     return answer;
