@@ -1,15 +1,19 @@
 // The client against recording doubles: every request's JSON, every platform call and every log
-// line, in their order, on every way out.
+// line, in their order, on every way out; and the life of the instance.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <future>
+#include <thread>
 
-#include "Cases.h"
-#include "Doubles.h"
+#include "Journal.h"
+#include "Limit.h"
 #include "VerantiAPI.h"
 #include "Wire.h"
 
 namespace {
+
+using Api = CVerantiAPI&;
 
 Json::Value Parse(const std::string& text) {
     Json::Value value;
@@ -17,266 +21,302 @@ Json::Value Parse(const std::string& text) {
     return value;
 }
 
-std::string Text(bool value) {
-    return value ? "true" : "false";
-}
-
-Lines operator+(Lines left, const Lines& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-std::string Header(CVerantiAPI& api, void (CVerantiAPI::*getter)(Json::Value&)) {
+std::string Header(Api api, void (CVerantiAPI::*getter)(Json::Value&)) {
     Json::Value header = "old";
     (api.*getter)(header);
     return Corvane::Wire::ToText(header);
 }
 
-std::string Agreements(CVerantiAPI& api) {
+bool Agreements(Api api) {
     Json::Value agreements = Parse(R"({"a":"true","method":"x","b":{"c":1}})");
-    const bool result = api.SetDisclaimersAgreement(agreements, false, "TV");
+    const bool result = api.SetDisclaimersAgreement(agreements, false, "phone");
     EXPECT_TRUE(agreements.empty());
-    return Text(result);
+    return result;
 }
 
-std::string Detail(CVerantiAPI& api, bool byId) {
-    STHomeDisclaimerContentItem item;
-    const int result = byId
-                           ? api.GetDisclaimerDetail("i", item, "phone")
-                           : api.GetDisclaimerDetail(item, 3, HOME_DISCLAIMER_REQUESTER_1, "phone");
-    return std::to_string(result) + item.strItemId;
-}
-
-std::string Revised(CVerantiAPI& api) {
-    std::vector<STHomeDisclaimerContentItem*> items;
-    const bool result = api.GetRevisedDisclaimers(items, "phone", "all");
-    EXPECT_TRUE(items.empty());
-    return Text(result);
-}
-
-std::string Check(CVerantiAPI& api) {
-    int code = -1;
-    int reason = -1;
-    const bool result = api.DravikCheck(code, reason);
-    return Text(result) + ' ' + std::to_string(code) + ' ' + std::to_string(reason);
-}
-
-std::string ErrorInfo(CVerantiAPI& api) {
+std::string ServiceCheck(Api api, bool withMessage) {
     int code = -1;
     int reason = -1;
     std::string message = "old";
-    const bool result = api.DravikCheck(code, reason, message);
-    return Text(result) + ' ' + std::to_string(code) + ' ' + std::to_string(reason) + message;
+    const bool result =
+        withMessage ? api.DravikCheck(code, reason, message) : api.DravikCheck(code, reason);
+    return Text(result) + ' ' + Text(code) + ' ' + Text(reason) + ' ' + message;
 }
 
-using Call = std::function<std::string(CVerantiAPI&)>;
-
-const std::map<std::string, Call>& Calls() {
-    using Api = CVerantiAPI&;
-    static const std::map<std::string, Call> calls = {
-        {"IsServiceAvailable", [](Api api) { return Text(api.IsServiceAvailable()); }},
-        {"GetInformationForDisclaimer",
-         [](Api api) { return Header(api, &CVerantiAPI::GetInformationForDisclaimer); }},
-        {"GetInformationForDisclaimerWebView",
-         [](Api api) { return Header(api, &CVerantiAPI::GetInformationForDisclaimerWebView); }},
-        {"DravikCheck", Check},
-        {"DravikCheck with message", ErrorInfo},
-        {"RequestDisclaimersRESTAPI",
-         [](Api api) { return Text(api.RequestDisclaimersRESTAPI("me", "all")); }},
-        {"RequestDisclaimerID", [](Api api) { return Text(api.RequestDisclaimerID("TV", false)); }},
-        {"RequestDisclaimerID otherwise",
-         [](Api api) { return Text(api.RequestDisclaimerID("phone", true)); }},
-        {"SetDisclaimersAgreement", Agreements},
-        {"SetCountryCode", [](Api api) { return Text(api.SetCountryCode("")); }},
-        {"RequestUpdateDisclaimers",
-         [](Api api) { return Text(api.RequestUpdateDisclaimers("phone")); }},
-        {"RequestCountryCodeList", [](Api api) { return Text(api.RequestCountryCodeList()); }},
-        {"CloneData", [](Api api) { return Text(api.CloneData("a", "b", true)); }},
-        {"CopyCloneDataUSBtoTV",
-         [](Api api) { return Text(api.CopyCloneDataUSBtoTV("/usb", "/tv")); }},
-        {"CopyCloneDataTVtoUSB",
-         [](Api api) { return Text(api.CopyCloneDataTVtoUSB("/tv", "/usb")); }},
-        {"RequestResetNimbra", [](Api api) { return Text(api.RequestResetNimbra()); }},
-        {"GetDisclaimerNum",
-         [](Api api) {
-             return std::to_string(api.GetDisclaimerNum(HOME_DISCLAIMER_REQUESTER_3, "phone"));
-         }},
-        {"GetDisclaimerDetail", [](Api api) { return Detail(api, false); }},
-        {"GetDisclaimerDetail by id", [](Api api) { return Detail(api, true); }},
-        {"GetRevisedDisclaimers", Revised},
-        {"IsDisclaimerItemExist",
-         [](Api api) { return Text(api.IsDisclaimerItemExist("i", "tv")); }},
-        {"SetAllDisclaimerItemAgreement",
-         [](Api api) { return Text(api.SetAllDisclaimerItemAgreement(5, "TV")); }},
-        {"SetAllDisclaimerItemAgreement withdrawn",
-         [](Api api) { return Text(api.SetAllDisclaimerItemAgreement(0, "phone")); }},
-        {"SetRevisedTermAgreement",
-         [](Api api) { return Text(api.SetRevisedTermAgreement("t1", true, "TV")); }},
-        {"SetRevisedTermAgreement withdrawn",
-         [](Api api) { return Text(api.SetRevisedTermAgreement("t1", false, "TV")); }},
-        {"SetDisclaimerItemAgreement",
-         [](Api api) { return Text(api.SetDisclaimerItemAgreement("t1", -1, "TV")); }},
-        {"SetDisclaimerItemAgreement withdrawn",
-         [](Api api) { return Text(api.SetDisclaimerItemAgreement("", 0, "")); }},
-    };
-    return calls;
+std::string Detail(Api api, bool byId) {
+    STHomeDisclaimerContentItem item;
+    item.strItemId = "old";
+    const int result = byId
+                           ? api.GetDisclaimerDetail("i", item, "phone")
+                           : api.GetDisclaimerDetail(item, 3, HOME_DISCLAIMER_REQUESTER_1, "phone");
+    return Text(result) + ' ' + item.strItemId;
 }
 
-enum class Scenario { Answered, Refused, Empty, Misshapen, Unsent, ProxyClosed, NotAvailable };
+bool Revised(Api api) {
+    std::vector<STHomeDisclaimerContentItem*> items;
+    const bool result = api.GetRevisedDisclaimers(items, "phone", "all");
+    EXPECT_TRUE(items.empty());
+    return result;
+}
 
-/// One request of the table of cases in one scenario.
-class RequestTest : public testing::TestWithParam<std::tuple<std::string, Scenario>> {
-  protected:
-    RequestTest() {
-        for (const Json::Value& each : ReadCases("client")) {
-            if (each["call"] == m_Call) {
-                m_Case = each;
-            }
-        }
-    }
+/// What becomes of a request.
+enum Scenario {
+    kAnswered,      // with the good reply
+    kRefused,       // with the good reply but "result" false
+    kEmpty,         // with a reply without members
+    kUnsent,        // with the good reply, but the send failed
+    kMisshapen,     // with an array
+    kProxyClosed,   // with the good reply, though the proxy did not open
+    kNotAvailable,  // with the good reply, though the check before it was answered no
+};
+const char* const kScenarios[] = {"Answered",  "Refused",     "Empty",       "Unsent",
+                                  "Misshapen", "ProxyClosed", "NotAvailable"};
 
-    const std::string m_Call = std::get<std::string>(GetParam());
-    const Scenario m_Scenario = std::get<Scenario>(GetParam());
-    const std::string m_Function = m_Call.substr(0, m_Call.find(' '));
-    const bool m_Open = m_Scenario != Scenario::ProxyClosed;
-    const bool m_Available = m_Scenario != Scenario::NotAvailable;
-    Json::Value m_Case;
+/// Stands for the availability check among a request's lines.
+constexpr char kCheck[] = "check";
 
-    /// Plays the service in the scenario. What the availability check that other requests make is
-    /// answered with, is none of theirs.
-    bool Serve(const Json::Value& sent, Json::Value& reply) const {
-        if (sent != m_Case["sends"]) {
-            reply["result"] = m_Available;
-            return true;
-        }
-        if (m_Scenario == Scenario::Misshapen) {
-            reply.append(1);
-        } else if (m_Scenario != Scenario::Empty && m_Scenario != Scenario::Unsent) {
-            reply = m_Case.get("reply", Parse(R"({"result":true})"));
-        }
-        if (m_Scenario == Scenario::Refused) {
-            reply["result"] = false;
-        }
-        return m_Scenario != Scenario::Unsent;
-    }
-
-    std::string ExpectedOutcome() const {
-        switch (m_Scenario) {
-            case Scenario::Refused:
-                return m_Case.get("refused", "false").asString();
-            case Scenario::Empty:
-                return m_Case.get("empty", "false").asString();
-            case Scenario::Misshapen:
-                return "exception";
-            case Scenario::Unsent:
-                return m_Case.get("unsent", "false").asString();
-            default:
-                return m_Case.get("answered", "true").asString();
-        }
-    }
-
-    /// The log line that the case has for a moment, if any.
-    Lines ExpectedLog(const char* moment, const char* look = "info",
-                      const std::string& more = "") const {
-        if (!m_Case.isMember(moment)) {
-            return {};
-        }
-        return {LogLine(look, m_Function, m_Case[moment].asString() + more)};
-    }
-
-    /// What is logged between the send and the end.
-    Lines ExpectedReading(const std::string& outcome) const {
-        if (m_Scenario == Scenario::Misshapen) {
-            return {};
-        }
-        Lines lines = ExpectedLog("result", "info", outcome);
-        if (ExpectedOutcome() != m_Case.get("answered", "true").asString()) {
-            return lines;
-        }
-        for (const Json::Value& line : m_Case["read"]) {
-            const std::string text = line.asString();
-            const std::size_t blank = text.find(' ');
-            lines.push_back("log " + text.substr(0, blank) + " VerantiAPI.cpp" +
-                            text.substr(blank));
-        }
-        return lines;
-    }
-
-    Lines ExpectedExchange(const Lines& filled, const std::string& json, const Lines& read) const {
-        return Lines{"make server CAutoConnect 2", "open", "make request", "make reply"} + filled +
-               Lines{"send request to com.velmora.tv.termsclient for reply sync -1", json} + read +
-               Lines{"destroy reply", "destroy request"} + (m_Open ? Lines{"close"} : Lines{}) +
-               Lines{"destroy server"};
-    }
-
-    Lines ExpectedAvailabilityCheck() const {
-        if (m_Call == "IsServiceAvailable") {
-            return {};
-        }
-        const auto info = [](const std::string& message) {
-            return Lines{LogLine("info", "IsServiceAvailable", message)};
-        };
-        return info("IsServiceAvailable") +
-               ExpectedExchange({}, R"({"method":"is service available"})",
-                                info("IsServiceAvailable result : " + Text(m_Available)));
-    }
+/// What a call gives, and its lines between the send and the end.
+struct Outcome {
+    Outcome(const char* result, Lines log = {}) : value(result), lines(std::move(log)) {}
+    std::string value;
+    Lines lines;
 };
 
-TEST_P(RequestTest, SendsReadsLogsAndCloses) {
-    PlatformDouble& platform = ThePlatform();
-    platform.Reset();
-    platform.proxyOpens = m_Open;
-    platform.service = [this](const Json::Value& sent, Json::Value& reply) {
-        return Serve(sent, reply);
+/// A request of the client: its call, log, JSON and outcomes.
+struct Request {
+    template <typename Call>
+    Request(const char* name, Call call)
+        : m_Name(name), m_Call([call](Api api) { return Text(call(api)); }) {}
+
+    /// The lines before the exchange.
+    Request Logs(const Lines& lines) {
+        m_Before = lines;
+        return *this;
+    }
+    /// The JSON, and the lines just before the send.
+    Request Sends(const char* json, const Lines& filled = {}) {
+        m_Json = json;
+        m_Filled = filled;
+        return *this;
+    }
+    /// The good reply and the outcomes, where these are not the usual ones below.
+    Request Gives(const char* reply, const Outcome& answered, const Outcome& refused,
+                  const Outcome& empty, const Outcome& unsent) {
+        m_Reply = reply;
+        m_Outcomes = {answered, refused, empty, unsent};
+        return *this;
+    }
+    Request Gives(const char* reply, const Outcome& answered, const Outcome& otherwise) {
+        return Gives(reply, answered, otherwise, otherwise, otherwise);
+    }
+
+    std::string m_Name;
+    std::function<std::string(Api)> m_Call;
+    Lines m_Before;
+    const char* m_Json = nullptr;
+    Lines m_Filled;
+    const char* m_Reply = R"({"result":true})";
+    std::array<Outcome, 4> m_Outcomes = {"true", "false", "false", "false"};
+};
+
+const Request kRequests[] = {
+    Request("IsServiceAvailable", [](Api api) { return api.IsServiceAvailable(); })
+        .Logs({"info VerantiAPI.cpp IsServiceAvailable: IsServiceAvailable"})
+        .Sends(R"({"method":"is service available"})")
+        .Gives(
+            R"({"result":true})",
+            {"true", {"info VerantiAPI.cpp IsServiceAvailable: IsServiceAvailable result : true"}},
+            {"false",
+             {"info VerantiAPI.cpp IsServiceAvailable: IsServiceAvailable result : false"}}),
+    Request("GetInformationForDisclaimer",
+            [](Api api) { return Header(api, &CVerantiAPI::GetInformationForDisclaimer); })
+        .Logs({"info VerantiAPI.cpp GetInformationForDisclaimer: ", kCheck})
+        .Sends(R"({"data":null,"method":"get information for disclaimer"})")
+        .Gives(R"({"headerData":[1],"result":true})", "[1]", "[1]", "null", "[1]"),
+    Request("GetInformationForDisclaimerWebView",
+            [](Api api) { return Header(api, &CVerantiAPI::GetInformationForDisclaimerWebView); })
+        .Logs({"info VerantiAPI.cpp GetInformationForDisclaimerWebView: ", kCheck})
+        .Sends(R"({"data":null,"method":"get information for web view disclaimer"})")
+        .Gives(R"({"headerData":[1],"result":true})", "[1]", "[1]", "null", "[1]"),
+    Request("DravikCheck", [](Api api) { return ServiceCheck(api, false); })
+        .Logs({"info VerantiAPI.cpp DravikCheck: ", kCheck})
+        .Sends(R"({"method":"dravik check"})")
+        .Gives(R"({"errorcode":3,"errormessage":"m","errorreason":7,"result":true})",
+               "true 3 7 old", "false 3 7 old", "false 0 0 old", "false -1 -1 old"),
+    Request("DravikCheckWithMessage", [](Api api) { return ServiceCheck(api, true); })
+        .Logs({"info VerantiAPI.cpp DravikCheck: ", kCheck})
+        .Sends(R"({"method":"dravik get error info"})")
+        .Gives(R"({"errorcode":3,"errormessage":"m","errorreason":7,"result":true})", "true 3 7 m",
+               "false 3 7 m", "false 0 0 ", "false -1 -1 old"),
+    Request("RequestDisclaimersRESTAPI",
+            [](Api api) { return api.RequestDisclaimersRESTAPI("me", "all"); })
+        .Logs({kCheck})
+        .Sends(R"({"data":null,"method":"request disclaimer api","product_type":"TV",)"
+               R"("request_from":"me","terms":"all"})",
+               {"trace VerantiAPI.cpp RequestDisclaimersRESTAPI: "}),
+    Request("RequestDisclaimerID", [](Api api) { return api.RequestDisclaimerID("TV", false); })
+        .Logs({"info VerantiAPI.cpp RequestDisclaimerID: ", kCheck})
+        .Sends(R"({"data":null,"method":"request disclaimerid","other_page":false,)"
+               R"("product_type":"TV","request_from":"wizard-terms"})"),
+    Request("RequestDisclaimerIDElsewhere",
+            [](Api api) { return api.RequestDisclaimerID("phone", true); })
+        .Logs({"info VerantiAPI.cpp RequestDisclaimerID: ", kCheck})
+        .Sends(R"({"data":null,"method":"request disclaimerid","other_page":true,)"
+               R"("product_type":"phone","request_from":"wizard-terms"})"),
+    Request("SetDisclaimersAgreement", Agreements)
+        .Logs({"info VerantiAPI.cpp SetDisclaimersAgreement: ", kCheck})
+        .Sends(R"({"a":"true","b":{"c":1},"data":null,"method":"set agreements",)"
+               R"("product_type":"phone"})"),
+    Request("SetCountryCode", [](Api api) { return api.SetCountryCode(""); })
+        .Logs({"info VerantiAPI.cpp SetCountryCode: ", kCheck})
+        .Sends(R"({"country_code":"","data":null,"method":"set country code"})"),
+    Request("RequestUpdateDisclaimers",
+            [](Api api) { return api.RequestUpdateDisclaimers("phone"); })
+        .Logs({"info VerantiAPI.cpp RequestUpdateDisclaimers: ", kCheck})
+        .Sends(R"({"data":null,"method":"request update disclaimers","product_type":"phone",)"
+               R"("request_from":"wizard-terms"})"),
+    Request("RequestCountryCodeList", [](Api api) { return api.RequestCountryCodeList(); })
+        .Logs({"info VerantiAPI.cpp RequestCountryCodeList: ", kCheck})
+        .Sends(R"({"data":null,"method":"request country code list"})"),
+    Request("CopyCloneDataUSBtoTV", [](Api api) { return api.CopyCloneDataUSBtoTV("/u", "/t"); })
+        .Logs({"info VerantiAPI.cpp CopyCloneDataUSBtoTV: CopyCloneDataUSBtoTV called", kCheck})
+        .Sends(R"({"data":null,"dest":"/t","method":"Copy Clone Data USB to TV","src":"/u"})"),
+    Request("CopyCloneDataTVtoUSB", [](Api api) { return api.CopyCloneDataTVtoUSB("/t", "/u"); })
+        .Logs({"info VerantiAPI.cpp CopyCloneDataTVtoUSB: CopyCloneDataTVtoUSB called", kCheck})
+        .Sends(R"({"data":null,"dest":"/u","method":"Copy Clone Data TV to USB","src":"/t"})"),
+    Request("RequestResetNimbra", [](Api api) { return api.RequestResetNimbra(); })
+        .Logs({"info VerantiAPI.cpp RequestResetNimbra: ", kCheck,
+               "info VerantiAPI.cpp RequestResetNimbra: RequestResetNimbra called"})
+        .Sends(R"({"data":null,"method":"request reset nimbra"})"),
+    Request("GetDisclaimerNum",
+            [](Api api) { return api.GetDisclaimerNum(HOME_DISCLAIMER_REQUESTER_3, "phone"); })
+        .Logs({"info VerantiAPI.cpp GetDisclaimerNum: GetDisclaimerNum called with requester: 3",
+               kCheck})
+        .Sends(R"({"data":null,"method":"get disclaimer number","product_type":"phone",)"
+               R"("requester":3})")
+        .Gives(R"({"number":12,"result":true})",
+               {"12", {"info VerantiAPI.cpp GetDisclaimerNum: GetDisclaimerNum 12"}},
+               {"0", {"info VerantiAPI.cpp GetDisclaimerNum: GetDisclaimerNum 0"}}),
+    Request("GetDisclaimerDetail", [](Api api) { return Detail(api, false); })
+        .Logs({"info VerantiAPI.cpp GetDisclaimerDetail: GetDisclaimerDetail called for index: 3 "
+               "and requester: 1",
+               kCheck})
+        .Sends(R"({"data":null,"method":"get disclaimer by order","product_type":"phone",)"
+               R"("request_index":3,"requester":1})")
+        .Gives(R"({"details":"[]","id":"k","result":true})",
+               {"0 k",
+                {"trace VerantiAPI.cpp GetDisclaimerInfo: id k",
+                 "trace VerantiAPI.cpp GetDisclaimerInfo: It is new RULE"}},
+               "-1 old"),
+    Request("GetDisclaimerDetailOfAnId", [](Api api) { return Detail(api, true); })
+        .Logs({"info VerantiAPI.cpp GetDisclaimerDetail: GetDisclaimerDetail called for itemId: i "
+               "phone",
+               kCheck})
+        .Sends(R"({"data":null,"method":"get disclaimer by term id","product_type":"phone",)"
+               R"("request_item":"i"})")
+        .Gives(R"({"details":"[]","id":"k","result":true})",
+               {"0 k",
+                {"trace VerantiAPI.cpp GetDisclaimerInfo: id k",
+                 "trace VerantiAPI.cpp GetDisclaimerInfo: It is new RULE"}},
+               "-1 old"),
+    Request("GetRevisedDisclaimers", Revised)
+        .Logs({"info VerantiAPI.cpp GetRevisedDisclaimers: GetRevisedDisclaimers called", kCheck})
+        .Sends(R"({"data":null,"method":"get revised disclaimers","product_type":"phone",)"
+               R"("terms":"all"})"),
+    Request("IsDisclaimerItemExist", [](Api api) { return api.IsDisclaimerItemExist("i", "tv"); })
+        .Logs({kCheck,
+               "info VerantiAPI.cpp IsDisclaimerItemExist: IsDisclaimerItemExist called for "
+               "strItemId: i"})
+        .Sends(R"({"data":null,"method":"get disclaimer by term id","product_type":"tv",)"
+               R"("request_item":"i"})"),
+    Request("SetAllDisclaimerItemAgreement",
+            [](Api api) { return api.SetAllDisclaimerItemAgreement(5, "TV"); })
+        .Logs({"info VerantiAPI.cpp SetAllDisclaimerItemAgreement: Model TV try to set all "
+               "agreement to true.",
+               kCheck})
+        .Sends(R"({"is_agreed":true,"method":"set all agreement","product_type":"TV"})"),
+    Request("SetAllDisclaimerItemAgreementWithdrawn",
+            [](Api api) { return api.SetAllDisclaimerItemAgreement(0, "phone"); })
+        .Logs({"info VerantiAPI.cpp SetAllDisclaimerItemAgreement: Model phone try to set all "
+               "agreement to false.",
+               kCheck})
+        .Sends(R"({"is_agreed":false,"method":"set all agreement","product_type":"phone"})"),
+    Request("SetRevisedTermAgreement",
+            [](Api api) { return api.SetRevisedTermAgreement("t", true, "TV"); })
+        .Logs(
+            {"info VerantiAPI.cpp SetRevisedTermAgreement: SetRevisedTermAgreement called", kCheck})
+        .Sends(R"({"is_agreed":true,"method":"set one agreement","product_type":"TV",)"
+               R"("request_item":"t"})"),
+    Request("SetRevisedTermAgreementWithdrawn",
+            [](Api api) { return api.SetRevisedTermAgreement("t", false, "phone"); })
+        .Logs(
+            {"info VerantiAPI.cpp SetRevisedTermAgreement: SetRevisedTermAgreement called", kCheck})
+        .Sends(R"({"is_agreed":false,"method":"set one agreement","product_type":"phone",)"
+               R"("request_item":"t"})"),
+    Request("SetDisclaimerItemAgreement",
+            [](Api api) { return api.SetDisclaimerItemAgreement("t", -1, "phone"); })
+        .Logs({kCheck,
+               "info VerantiAPI.cpp SetDisclaimerItemAgreement: Model phone try to set t agreement "
+               "to true."})
+        .Sends(R"({"is_agreed":true,"method":"set one agreement","product_type":"phone",)"
+               R"("request_item":"t"})"),
+};
+
+class RequestTest : public testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {};
+
+TEST_P(RequestTest, AnswersLogsAndCloses) {
+    const Request& request = kRequests[std::get<0>(GetParam())];
+    const std::size_t scenario = std::get<1>(GetParam());
+    const Json::Value json = Parse(request.m_Json);
+    ThePlatform().Reset();
+    ThePlatform().proxyOpens = scenario != kProxyClosed;
+    ThePlatform().service = [&](const Json::Value& sent, Json::Value& reply) {
+        if (sent != json) {  // the check before it
+            reply["result"] = scenario != kNotAvailable;
+            return true;
+        }
+        reply = Parse(scenario == kEmpty ? "{}" : scenario == kMisshapen ? "[]" : request.m_Reply);
+        if (scenario == kRefused) {
+            reply["result"] = false;
+        }
+        return scenario != kUnsent;
     };
 
     CVerantiAPI api;
-    std::string outcome;
-    try {
-        outcome = Calls().at(m_Call)(api);
-    } catch (const Json::LogicError&) {
-        outcome = "exception";
+    Outcome expected = request.m_Outcomes[scenario < request.m_Outcomes.size() ? scenario : 0];
+    if (scenario == kMisshapen) {
+        EXPECT_THROW(request.m_Call(api), Json::LogicError);
+        expected.lines.clear();
+    } else {
+        EXPECT_EQ(request.m_Call(api), expected.value);
     }
-
-    EXPECT_EQ(outcome, ExpectedOutcome());
+    Lines before = request.m_Before;
+    std::replace(before.begin(), before.end(), std::string(kCheck),
+                 Check(scenario != kNotAvailable));
     EXPECT_EQ(
-        platform.journal,
-        ExpectedLog("entry") + ExpectedAvailabilityCheck() + ExpectedLog("checked") +
-            ExpectedExchange(ExpectedLog("filled", "trace"), Corvane::Wire::ToText(m_Case["sends"]),
-                             ExpectedReading(outcome)));
+        ThePlatform().TakeJournal(),
+        Journal({Journal(before), Exchange(request.m_Json, expected.lines, request.m_Filled)}));
 }
 
-std::vector<std::string> AllCases() {
-    std::vector<std::string> calls;
-    for (const Json::Value& each : ReadCases("client")) {
-        calls.push_back(each["call"].asString());
-    }
-    return calls;
-}
-
-TEST(RequestTableTest, HasEveryCall) {
-    EXPECT_EQ(AllCases().size(), Calls().size());
-}
-
-INSTANTIATE_TEST_SUITE_P(AllRequests, RequestTest,
-                         testing::Combine(testing::ValuesIn(AllCases()),
-                                          testing::Values(Scenario::Answered, Scenario::Refused,
-                                                          Scenario::Empty, Scenario::Misshapen,
-                                                          Scenario::Unsent, Scenario::ProxyClosed,
-                                                          Scenario::NotAvailable)));
+INSTANTIATE_TEST_SUITE_P(Requests, RequestTest,
+                         testing::Combine(testing::Range<std::size_t>(0, std::size(kRequests)),
+                                          testing::Range<std::size_t>(0, std::size(kScenarios))),
+                         [](const auto& test) {
+                             return kRequests[std::get<0>(test.param)].m_Name + '_' +
+                                    kScenarios[std::get<1>(test.param)];
+                         });
 
 class LifetimeTest : public testing::Test {
   protected:
     LifetimeTest() {
         CVerantiAPI::Destroy();
-        ThePlatform().journal.clear();
+        ThePlatform().Reset();
     }
     ~LifetimeTest() override { CVerantiAPI::Destroy(); }
-
-    const std::string m_Get = LogLine("trace", "GetInstance", "CVerantiAPI GetInstance");
-    const std::string m_Init = LogLine("trace", "m_InitProxy", "CVerantiAPI m_InitProxy");
-    const std::string m_Destroy = LogLine("trace", "Destroy", "CVerantiAPI Destroy");
 };
+
+constexpr char kInit[] = "trace VerantiAPI.cpp m_InitProxy: CVerantiAPI m_InitProxy";
+constexpr char kDestroy[] = "trace VerantiAPI.cpp Destroy: CVerantiAPI Destroy";
 
 TEST_F(LifetimeTest, OneInstanceUntilDestroyed) {
     CVerantiAPI* const first = CVerantiAPI::GetInstance();
@@ -288,35 +328,40 @@ TEST_F(LifetimeTest, OneInstanceUntilDestroyed) {
     EXPECT_EQ(CVerantiAPI::m_pInstance, nullptr);
     CVerantiAPI::Destroy();
     EXPECT_NE(CVerantiAPI::GetInstance(), nullptr);
-    EXPECT_EQ(ThePlatform().journal,
-              (Lines{m_Get, m_Init, m_Get, m_Destroy, m_Destroy, m_Get, m_Init}));
+    EXPECT_EQ(ThePlatform().TakeJournal(),
+              Journal({kInstance, kInit, kInstance, kDestroy, kDestroy, kInstance, kInit}));
 }
 
 TEST_F(LifetimeTest, ManyThreadsMakeOneInstance) {
     for (int round = 0; round < 100; ++round) {
         CVerantiAPI::Destroy();
-        ThePlatform().journal.clear();
+        ThePlatform().Reset();
         std::promise<void> gate;
         const std::shared_future<void> open = gate.get_future().share();
         std::vector<std::future<CVerantiAPI*>> callers;
         for (int i = 0; i < 8; ++i) {
-            callers.push_back(std::async(std::launch::async, [open] {
-                open.wait();
+            std::packaged_task<CVerantiAPI*()> call([open] {
+                open.wait_for(kHang);
                 return CVerantiAPI::GetInstance();
-            }));
+            });
+            callers.push_back(call.get_future());
+            std::thread(std::move(call)).detach();
         }
         gate.set_value();
         for (auto& caller : callers) {
+            ASSERT_EQ(caller.wait_for(kHang), std::future_status::ready)
+                << "waited for GetInstance(), but what came is:\n"
+                << ThePlatform().TakeJournal();
             EXPECT_EQ(caller.get(), CVerantiAPI::GetInstance());
         }
-        EXPECT_EQ(ThePlatform().Count(m_Init), 1);
+        EXPECT_EQ(ThePlatform().Count(kInit), 1);
     }
 }
 
 TEST_F(LifetimeTest, TheSecondGetterIsSilentAndRunsNoHook) {
     CVerantiAPI* const first = CVerantiAPI::GetInstanceUT();
     EXPECT_EQ(CVerantiAPI::GetInstance(), first);
-    EXPECT_EQ(ThePlatform().journal, Lines{m_Get});
+    EXPECT_EQ(ThePlatform().TakeJournal(), kInstance);
 }
 
 }  // namespace

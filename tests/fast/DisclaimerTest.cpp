@@ -2,256 +2,206 @@
 // behind when the service sends something else.
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <iterator>
+#include <sstream>
 
-#include "Cases.h"
-#include "Doubles.h"
+#include "DisclaimerFields.h"
+#include "Journal.h"
 #include "VerantiAPI.h"
 #include "Wire.h"
 
 namespace {
 
 using Item = STHomeDisclaimerContentItem;
+using Members = std::map<std::string, std::string>;
 
-/// Every member of a record in its order, on one line.
-std::string Show(const Item& item) {
-    std::string text = item.strItemId + '|' + std::to_string(item.nOrder);
-    for (const auto& each :
-         {item.strVersion, item.strTitle, item.strIntro, item.strDetails, item.strButton1,
-          item.strButton2, item.strButton3, item.strButton4, item.strButton5, item.strButton6,
-          item.strButton7, item.strButton8, item.strButton9, item.strButton10}) {
-        text += '|' + each;
-    }
-    for (const bool flag : {item.bIsAgreed, item.bOnlyNotice}) {
-        text += flag ? "|1" : "|0";
-    }
-    text += '|' + item.strAgreeDependency;
-    for (const bool flag : {item.bPPUsed, item.bReverse}) {
-        text += flag ? "|1" : "|0";
-    }
+/// A record's members by the reply's names, without those at their defaults. "sections" has all
+/// entries, a bar behind each.
+Members Held(const Item& item) {
+    const auto flag = [](bool value) { return value ? "true" : ""; };
+    const Members all = {{"id", item.strItemId},
+                         {"order", item.nOrder != 0 ? Text(item.nOrder) : ""},
+                         {"version", item.strVersion},
+                         {"title", item.strTitle},
+                         {"intro", item.strIntro},
+                         {"details", item.strDetails},
+                         {"button1", item.strButton1},
+                         {"button2", item.strButton2},
+                         {"button3", item.strButton3},
+                         {"button4", item.strButton4},
+                         {"button5", item.strButton5},
+                         {"button6", item.strButton6},
+                         {"button7", item.strButton7},
+                         {"button8", item.strButton8},
+                         {"button9", item.strButton9},
+                         {"button10", item.strButton10},
+                         {"is_agreed", flag(item.bIsAgreed)},
+                         {"only_notice", flag(item.bOnlyNotice)},
+                         {"agree_dependency", item.strAgreeDependency},
+                         {"ppused", flag(item.bPPUsed)},
+                         {"reverse", flag(item.bReverse)}};
+    Members held;
+    std::copy_if(all.begin(), all.end(), std::inserter(held, held.end()),
+                 [](const auto& member) { return !member.second.empty(); });
     for (const std::string& entry : item.vecDetailData) {
-        text += '|' + entry;
+        held["sections"] += entry + '|';
     }
-    return text;
+    return held;
 }
 
-constexpr char kDefaults[] = "|0|||||||||||||||0|0||0|0";
-const std::string kRest = std::string(10, '|') + "|0|0||0|0";  // behind the details
-constexpr char kMembers[] =
-    R"("id":"i","order":4,"version":"v","title":"t","intro":"n","details":"d","button1":"b1",)"
-    R"("button2":"b2","button3":"b3","button4":"b4","button5":"b5","button6":"b6","button7":"b7",)"
-    R"("button8":"b8","button9":"b9","button10":"b10","is_agreed":true,"only_notice":true,)"
-    R"("agree_dependency":"a","ppused":true,"reverse":true)";
-
-std::string Object(const std::string& members) {
-    return '{' + members + '}';
+Lines Words(const char* text) {
+    std::istringstream words(text);
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
-std::string Good(const std::string& members) {
-    return Object(R"("result":true)" + (members.empty() ? "" : ',' + members));
+/// The members of a disclaimer in the order in which they are read.
+const Lines kAll = Words(
+    "id order version title intro details button1 button2 button3 button4 button5 button6 button7 "
+    "button8 button9 button10 is_agreed only_notice agree_dependency ppused reverse");
+/// The same for revised ones.
+const Lines kRevised = Words(
+    "id title intro details button1 button2 button3 button4 button5 button6 button7 button8 "
+    "agree_dependency is_agreed reverse ppused");
+
+/// A disclaimer as the service sends it: flags are true, texts their member's name.
+Json::Value Full() {
+    Json::Value disclaimer;
+    for (const std::string& name : kAll) {
+        disclaimer[name] = name;
+    }
+    disclaimer["order"] = 4;
+    for (const char* flag : {"is_agreed", "only_notice", "ppused", "reverse"}) {
+        disclaimer[flag] = true;
+    }
+    return disclaimer;
 }
+
+TEST(DisclaimerFieldsTest, MembersAreReadInTheirOrder) {
+    for (const auto& [names, read] :
+         {std::pair(kAll, &ReadAllFields), std::pair(kRevised, &ReadRevisedFields)}) {
+        Members before;
+        for (const std::string& name : names) {
+            Json::Value reply = Full();
+            reply[name] = Json::arrayValue;  // cannot be converted
+            Item item;
+            EXPECT_THROW(read(reply, item), Json::Exception) << name;
+            EXPECT_EQ(Held(item), before) << name;
+            before[name] = Full()[name].asString();
+        }
+        Json::Value reply = Full();
+        Item item;
+        read(reply, item);
+        EXPECT_EQ(Held(item), before);
+    }
+}
+
+constexpr char kRule[] = "trace VerantiAPI.cpp GetDisclaimerInfo: It is new RULE";
+constexpr char kPush[] = "warning VerantiAPI.cpp GetDisclaimerInfo: push back";
 
 class DisclaimerTest : public testing::Test {
   protected:
     DisclaimerTest() { ThePlatform().Reset(); }
     ~DisclaimerTest() override {
-        // On every way out whatever was opened is closed, and the server is gone.
-        EXPECT_EQ(ThePlatform().Count("open"), ThePlatform().Count("close"));
-        EXPECT_EQ(ThePlatform().Count("open"), ThePlatform().Count("destroy server"));
-    }
-
-    /// Fetches one disclaimer by its id from a service that answers so.
-    int Fetch(const std::string& reply, Item& item) {
-        ServeReplies({{"get disclaimer by term id", reply}});
-        return m_client.GetDisclaimerDetail("i", item, "TV");
-    }
-
-    CVerantiAPI m_client;
-};
-
-/// Owns the records that a list request hands out.
-struct Items {
-    std::vector<Item*> list;
-    ~Items() {
-        for (const Item* item : list) {
+        for (const Item* item : m_items) {
             delete item;
         }
     }
-    Lines Shown() const {
-        Lines shown;
-        for (const Item* item : list) {
-            shown.push_back(Show(*item));
-        }
-        return shown;
+
+    /// Serves a disclaimer with a good result.
+    static void ServeGood(Json::Value disclaimer) {
+        disclaimer["result"] = true;
+        Serve(Corvane::Wire::ToText(disclaimer));
     }
+
+    CVerantiAPI m_client;
+    std::vector<Item*> m_items;  // what lists have handed out
 };
 
-TEST_F(DisclaimerTest, EveryMemberIsReadAndWhatIsMissingIsReset) {
+TEST_F(DisclaimerTest, WhatIsMissingIsResetButSectionsAreKept) {
     Item item;
-    EXPECT_EQ(Show(item), kDefaults);
-    EXPECT_EQ(Fetch(Good(kMembers), item), 0);
-    EXPECT_EQ(Show(item), "i|4|v|t|n|d|b1|b2|b3|b4|b5|b6|b7|b8|b9|b10|1|1|a|1|1");
+    EXPECT_EQ(Held(item), Members{});
+    ServeGood(Full());
+    EXPECT_EQ(m_client.GetDisclaimerDetail("i", item, "TV"), 0);
+    EXPECT_EQ(Held(item).size(), kAll.size());
     item.vecDetailData = {"kept", "too"};
-    EXPECT_EQ(Fetch(Good(R"("details":"[{\"title\":\"T\"}]")"), item), 0);
-    EXPECT_EQ(Show(item), "|0||||[{\"title\":\"T\"}]" + kRest + "|kept|too|T|");
-}
-
-TEST_F(DisclaimerTest, EachKindOfValueIsConvertedOrRefused) {
-    const auto converted = [this](const std::string& member,
-                                  const std::string& json) -> std::string {
-        Item item;
-        try {
-            Fetch(Good('"' + member + "\":" + json), item);
-        } catch (const Json::Exception&) {
-            return "!";
-        }
-        const std::map<std::string, std::string> values = {
-            {"version", item.strVersion},
-            {"button10", item.strButton10},
-            {"order", std::to_string(item.nOrder)},
-            {"is_agreed", item.bIsAgreed ? "1" : "0"},
-            {"reverse", item.bReverse ? "1" : "0"}};
-        return values.at(member);
-    };
-    for (const Json::Value& kind : ReadCases("kinds")) {
-        const std::string json = kind[0].asString();
-        EXPECT_EQ(converted("version", json), kind[1].asString()) << json;
-        EXPECT_EQ(converted("button10", json), kind[1].asString()) << json;
-        EXPECT_EQ(converted("order", json), kind[2].asString()) << json;
-        EXPECT_EQ(converted("is_agreed", json), kind[3].asString()) << json;
-        EXPECT_EQ(converted("reverse", json), kind[3].asString()) << json;
-    }
-}
-
-TEST_F(DisclaimerTest, WithoutAGoodAnswerTheRecordIsUntouched) {
-    for (const std::string& reply : {Object(R"("result":false,)" + std::string(kMembers)),
-                                     Object(kMembers), std::string("{}"), std::string("no")}) {
-        Item item;
-        item.strTitle = "old";
-        ThePlatform().journal.clear();
-        EXPECT_EQ(Fetch(reply, item), -1) << reply;
-        EXPECT_EQ(Show(item), "|0||old||" + kRest) << reply;
-        EXPECT_EQ(ThePlatform().Logs().size(), 1U) << reply;
-    }
+    Serve(R"({"result":true,"details":"[{}]"})");
+    EXPECT_EQ(m_client.GetDisclaimerDetail("i", item, "TV"), 0);
+    EXPECT_EQ(Held(item), (Members{{"details", "[{}]"}, {"sections", "kept|too|||"}}));
 }
 
 TEST_F(DisclaimerTest, DetailsBecomeSections) {
-    const Lines rule = {"trace VerantiAPI.cpp GetDisclaimerInfo: It is new RULE"};
-    const Lines prose = {"trace VerantiAPI.cpp GetDisclaimerInfo: <<WARN: NOT JSON TYPE MESSAGE>>"};
-    const std::string push = "warning VerantiAPI.cpp GetDisclaimerInfo: push back";
+    const std::string id = "trace VerantiAPI.cpp GetDisclaimerInfo: id ";
     const struct {
-        const char* details;
-        Lines sections;
-        Lines logs;
+        std::string details;
+        const char* sections;
+        Lines read;
+        bool throws = false;
     } cases[] = {
-        {"", {}, prose},
-        {"prose", {}, prose},
-        {"[1", {}, prose},
-        {"{\"a\":1}", {}, {}},
-        {"5", {}, {}},
-        {"\"text\"", {}, {}},
-        {"null", {}, {}},
-        {"[]", {}, rule},
-        {R"([{"title":"T","data":"D"}])", {"T", "D"}, {rule[0], push}},
-        {R"([{"data":"D"},null,{"title":5}])",
-         {"", "D", "", "", "5", ""},
-         {rule[0], push, push, push}},
-        {"[ ] // remark", {}, rule},
-        {"[] behind", {}, rule},
+        {"", "", {id, kProse}},
+        {"prose", "", {id, kProse}},
+        {"[1", "", {id, kProse}},
+        {R"({"a":1})", "", {id}},
+        {"5", "", {id}},
+        {R"("text")", "", {id}},
+        {"null", "", {id}},
+        {"[]", "", {id, kRule}},
+        {R"([{"title":"T","data":"D"}])", "T|D|", {id, kRule, kPush}},
+        {R"([{"data":"D"},null,{"title":5}])", "|D|||5||", {id, kRule, kPush, kPush, kPush}},
+        {"[ ] // remark", "", {id, kRule}},
+        {"[] behind", "", {id, kRule}},
+        {R"([{"title":"T"},3])", "T||", {id, kRule, kPush}, true},
+        {R"(["T"])", "", {id, kRule}, true},
+        {std::string(2000, '['), "", {id}, true},
     };
     for (const auto& each : cases) {
+        SCOPED_TRACE(each.details);
+        Json::Value disclaimer;
+        disclaimer["details"] = each.details;
+        ServeGood(disclaimer);
         Item item;
-        ThePlatform().journal.clear();
-        Json::Value reply;
-        reply["result"] = true;
-        reply["details"] = each.details;
-        EXPECT_EQ(Fetch(Corvane::Wire::ToText(reply), item), 0);
+        try {
+            EXPECT_EQ(m_client.GetDisclaimerDetail("i", item, "TV"), 0);
+            EXPECT_FALSE(each.throws);
+        } catch (const Json::Exception&) {
+            EXPECT_TRUE(each.throws);
+        }
         EXPECT_EQ(item.strDetails, each.details);
-        EXPECT_EQ(item.vecDetailData, each.sections) << each.details;
-        const Lines logs = ThePlatform().Logs();
-        EXPECT_EQ(Lines(logs.begin() + 2, logs.end()), each.logs) << each.details;
+        EXPECT_EQ(Held(item)["sections"], each.sections);
+        EXPECT_EQ(ThePlatform().TakeJournal(), FetchedById(each.read));
     }
 }
 
-TEST_F(DisclaimerTest, WhatCannotBeConvertedPassesAndKeepsWhatCameBefore) {
-    const std::string deep = std::string(2000, '[') + std::string(2000, ']');
-    const struct {
-        std::string reply;
-        std::string left;
-    } cases[] = {
-        {R"([1])", kDefaults},
-        {R"({"result":"yes"})", kDefaults},
-        {Good(R"("id":"i","title":{"a":1})"), "i|0|||||||||||||||0|0||0|0"},
-        {Good(R"("id":"i","order":"4")"), "i|0|||||||||||||||0|0||0|0"},
-        {Good(R"("id":"i","order":99999999999)"), "i|0|||||||||||||||0|0||0|0"},
-        {Good(R"("id":"i","is_agreed":[1])"), "i|0|||||||||||||||0|0||0|0"},
-        {Good(R"("details":"[{\"title\":\"T\"},3]")"),
-         "|0||||[{\"title\":\"T\"},3]" + kRest + "|T|"},
-        {Good(R"("details":"[\"T\"]")"), "|0||||[\"T\"]" + kRest},
-        {Good(R"("details":")" + deep + '"'), "|0||||" + deep + kRest},
-    };
-    for (const auto& each : cases) {
-        Item item;
-        EXPECT_THROW(Fetch(each.reply, item), Json::Exception) << each.reply;
-        EXPECT_EQ(Show(item), each.left) << each.reply;
-    }
-}
-
-TEST_F(DisclaimerTest, HostileTextsArriveAsTheyAre) {
-    // Invalid UTF-8, an embedded NUL, a megabyte, a member twice.
-    const struct {
-        std::string members;
-        std::string title;
-    } cases[] = {
-        {"\"title\":\"\xff\xfe\"", "\xff\xfe"},
-        {R"("title":"a\u0000b")", std::string("a\0b", 3)},
-        {"\"title\":\"" + std::string(1 << 20, 'x') + '"', std::string(1 << 20, 'x')},
-        {R"("title":"first","title":"second")", "second"},
-    };
-    for (const auto& each : cases) {
-        Item item;
-        EXPECT_EQ(Fetch(Good(each.members), item), 0);
-        EXPECT_EQ(item.strTitle, each.title);
-    }
-}
-
-TEST_F(DisclaimerTest, AListSkipsWhatFailsAndLeavesTheOldRecordsAlone) {
+TEST_F(DisclaimerTest, AListSkipsWhatFailsAndKeepsWhatCameBeforeAnException) {
     ThePlatform().service = [](const Json::Value& request, Json::Value& reply) {
         reply["result"] = request["request_index"] != 1;
-        reply["number"] = 3;
+        reply["number"] = 5;
         reply["id"] = request["request_index"];
+        reply["title"] = request["request_index"] == 3 ? Json::Value(Json::arrayValue) : "t";
         return true;
     };
-    Item mine;
-    Items items;
-    items.list = {&mine};
-    EXPECT_EQ(m_client.GetDisclaimerDetails(items.list, HOME_DISCLAIMER_REQUESTER_OTHER, "phone"),
-              0);
-    ASSERT_EQ(items.list.size(), 2U);
-    EXPECT_EQ(items.list[0]->strItemId, "0");
-    EXPECT_EQ(items.list[1]->strItemId, "2");
-    EXPECT_EQ(ThePlatform().Count(R"({"data":null,"method":"get disclaimer number",)"
-                                  R"("product_type":"TV","requester":4})"),
-              1);
-    EXPECT_EQ(ThePlatform().Count(R"({"data":null,"method":"get disclaimer by order",)"
-                                  R"("product_type":"phone","request_index":2,"requester":4})"),
-              1);
-    Lines logs = ThePlatform().Logs();
-    logs.resize(8);
-    const std::string number = "info VerantiAPI.cpp GetDisclaimerNum: GetDisclaimerNum ";
-    const std::string detail = "info VerantiAPI.cpp GetDisclaimerDetail: GetDisclaimerDetail ";
-    const std::string details = " VerantiAPI.cpp GetDisclaimerDetails: ";
-    EXPECT_EQ(logs, (Lines{"info" + details + "GetDisclaimerDetails called for req: 4",
-                           number + "called with requester: 4", number + '3', "system" + details,
-                           "system" + details, "system" + details + '0',
-                           detail + "called for index: 0 and requester: 4",
-                           "trace VerantiAPI.cpp GetDisclaimerInfo: id 0"}));
+    Item mine;  // is left alone
+    m_items = {&mine};
+    EXPECT_THROW(m_client.GetDisclaimerDetails(m_items, HOME_DISCLAIMER_REQUESTER_OTHER, "phone"),
+                 Json::Exception);
+    ASSERT_EQ(m_items.size(), 2U);
+    EXPECT_EQ(m_items[0]->strItemId, "0");
+    EXPECT_EQ(m_items[1]->strItemId, "2");
+    const std::string system = "system VerantiAPI.cpp GetDisclaimerDetails: ";
+    EXPECT_EQ(
+        ThePlatform().TakeJournal(),
+        Journal(
+            {"info VerantiAPI.cpp GetDisclaimerDetails: GetDisclaimerDetails called for req: 4",
+             Counted("4", "5"), system, system, system + '0',
+             FetchedByOrder("0", "phone", {"trace VerantiAPI.cpp GetDisclaimerInfo: id 0", kProse}),
+             system + '1', FetchedByOrder("1", "phone", {}), system + '2',
+             FetchedByOrder("2", "phone", {"trace VerantiAPI.cpp GetDisclaimerInfo: id 2", kProse}),
+             system + '3', FetchedByOrder("3", "phone", {})}));
 }
 
 TEST_F(DisclaimerTest, AnEmptyListIsLeftAsItIs) {
     for (const char* reply : {R"({"result":true,"number":0})", R"({"result":true,"number":-3})",
                               R"({"result":false,"number":3})", "down"}) {
-        ServeReplies({{"get disclaimer number", reply}});
+        Serve(reply);
         Item mine;
         std::vector<Item*> list = {&mine};
         EXPECT_EQ(m_client.GetDisclaimerDetails(list, HOME_DISCLAIMER_REQUESTER_0, "TV"), 0);
@@ -259,74 +209,53 @@ TEST_F(DisclaimerTest, AnEmptyListIsLeftAsItIs) {
     }
 }
 
-TEST_F(DisclaimerTest, AListKeepsTheRecordsBeforeAnException) {
-    ThePlatform().service = [](const Json::Value& request, Json::Value& reply) {
-        reply["result"] = true;
-        reply["number"] = 3;
-        reply["title"] =
-            request["request_index"] == 1 ? Json::Value(Json::arrayValue) : Json::Value("t");
-        return true;
-    };
-    Items items;
-    EXPECT_THROW(m_client.GetDisclaimerDetails(items.list, HOME_DISCLAIMER_REQUESTER_0, "TV"),
-                 Json::Exception);
-    EXPECT_EQ(items.list.size(), 1U);
-}
-
 TEST_F(DisclaimerTest, RevisedDisclaimersAreAppended) {
-    const std::string sections = R"("details":"[{\"title\":\"T\",\"data\":\"D\"}]")";
-    ServeReplies({{"get revised disclaimers",
-                   Good(R"("disclaimers":[)" + Object(kMembers) + ',' + Object(sections) + ']')}});
-    const Lines expected = {"i|0||t|n|d|b1|b2|b3|b4|b5|b6|b7|b8|||1|0|a|1|1",
-                            "|0||||[{\"title\":\"T\",\"data\":\"D\"}]" + kRest + "|T|D"};
-    Items items;
-    EXPECT_TRUE(m_client.GetRevisedDisclaimers(items.list, "phone", "all"));
-    EXPECT_EQ(items.Shown(), expected);
+    Json::Value reply;
+    reply["disclaimers"].append(Full());
+    reply["disclaimers"][1]["details"] = R"([{"title":"T","data":"D"}])";
+    ServeGood(reply);
+    EXPECT_TRUE(m_client.GetRevisedDisclaimers(m_items, "phone", "all"));
+    ASSERT_EQ(m_items.size(), 2U);
+    EXPECT_EQ(Held(*m_items[0]).size(), kRevised.size());
+    EXPECT_EQ(Held(*m_items[1]),
+              (Members{{"details", R"([{"title":"T","data":"D"}])"}, {"sections", "T|D|"}}));
     const std::string revised = " VerantiAPI.cpp GetRevisedDisclaimers: ";
-    const std::string rule = " VerantiAPI.cpp GetRevisedDisclaimers: ";
     EXPECT_EQ(
-        ThePlatform().Logs(),
-        (Lines{"info" + revised + "GetRevisedDisclaimers called", "warning" + revised + "id i",
-               "trace" + revised + "datailData=d",
-               "trace" + rule + "<<WARN: NOT JSON TYPE MESSAGE>>", "warning" + revised + "id ",
-               "trace" + revised + R"(datailData=[{"title":"T","data":"D"}])",
-               "trace" + rule + "It is new RULE", "warning" + rule + "push back"}));
-    ServeReplies({{"get revised disclaimers", Good(R"("disclaimers":[{"id":"last"}])")}});
-    EXPECT_TRUE(m_client.GetRevisedDisclaimers(items.list, "phone", "all"));
-    ASSERT_EQ(items.list.size(), 3U);
-    EXPECT_EQ(items.list.back()->strItemId, "last");
+        ThePlatform().TakeJournal(),
+        Journal(
+            {"info" + revised + "GetRevisedDisclaimers called", Check(),
+             Exchange(R"({"data":null,"method":"get revised disclaimers",)"
+                      R"("product_type":"phone","terms":"all"})",
+                      {"warning" + revised + "id id", "trace" + revised + "datailData=details",
+                       "trace" + revised + "<<WARN: NOT JSON TYPE MESSAGE>>",
+                       "warning" + revised + "id ",
+                       "trace" + revised + R"(datailData=[{"title":"T","data":"D"}])",
+                       "trace" + revised + "It is new RULE", "warning" + revised + "push back"})}));
+    Serve(R"({"result":true,"disclaimers":[{"id":"last"}]})");
+    EXPECT_TRUE(m_client.GetRevisedDisclaimers(m_items, "phone", "all"));
+    ASSERT_EQ(m_items.size(), 3U);
+    EXPECT_EQ(m_items[2]->strItemId, "last");
 }
 
-TEST_F(DisclaimerTest, RevisedDisclaimersWithoutAList) {
-    const struct {
-        const char* reply;
-        bool result;
-        std::size_t records;
-        bool throws;
-    } cases[] = {
-        {R"({"result":true})", true, 0, false},
-        {R"({"result":true,"disclaimers":[]})", true, 0, false},
-        {R"({"result":true,"disclaimers":"text"})", true, 0, false},
-        {R"({"result":false,"disclaimers":[{}]})", false, 0, false},
-        {R"({"disclaimers":[{}]})", false, 0, false},
-        {"down", false, 0, false},
-        {R"({"result":true,"disclaimers":{"a":1}})", false, 0, true},
-        {R"({"result":true,"disclaimers":[null,{"title":{"a":1}},{}]})", false, 1, true},
-        {R"({"result":true,"disclaimers":[{},{"details":"[3]"}]})", false, 1, true},
+TEST_F(DisclaimerTest, RevisedDisclaimersBeforeAnExceptionAreKept) {
+    // A reply's list, the result, and the records.
+    const std::tuple<const char*, std::string, std::size_t> cases[] = {
+        {R"("text")", "true", 0},
+        {"[]", "true", 0},
+        {R"({"a":1})", "exception", 0},
+        {R"([null,{"title":[]},{}])", "exception", 1},
+        {R"([{},{"details":"[3]"}])", "exception", 1},
     };
-    for (const auto& each : cases) {
-        ServeReplies({{"get revised disclaimers", each.reply}});
-        Items items;
-        bool result = false;
-        bool threw = false;
+    for (const auto& [list, result, kept] : cases) {
+        SCOPED_TRACE(list);
+        Serve(std::string(R"({"result":true,"disclaimers":)") + list + '}');
+        const std::size_t before = m_items.size();
         try {
-            result = m_client.GetRevisedDisclaimers(items.list, "TV", "");
+            EXPECT_EQ(Text(m_client.GetRevisedDisclaimers(m_items, "TV", "")), result);
         } catch (const Json::Exception&) {
-            threw = true;
+            EXPECT_EQ(result, "exception");
         }
-        EXPECT_EQ(result, each.result) << each.reply;
-        EXPECT_EQ(threw, each.throws) << each.reply;
-        EXPECT_EQ(items.list.size(), each.records) << each.reply;
+        EXPECT_EQ(m_items.size() - before, kept);
     }
 }
 

@@ -10,7 +10,10 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <stdexcept>
+#include <utility>
 
+#include "../support/Limit.h"
 #include "Wire.h"
 
 namespace {
@@ -42,14 +45,17 @@ std::string Look(const std::string& tag, int logId, int priority, const std::str
 
 }  // namespace
 
+std::string Journal(const Lines& lines) {
+    std::string journal;
+    for (const std::string& line : lines) {
+        journal += (journal.empty() || line.empty() ? "" : "\n") + line;
+    }
+    return journal;
+}
+
 PlatformDouble& ThePlatform() {
     static PlatformDouble platform;
     return platform;
-}
-
-std::string LogLine(const std::string& look, const std::string& function,
-                    const std::string& message) {
-    return "log " + look + " VerantiAPI.cpp " + function + ": " + message;
 }
 
 void PlatformDouble::Reset() {
@@ -57,15 +63,8 @@ void PlatformDouble::Reset() {
     service = [](const Json::Value&, Json::Value&) { return false; };
 }
 
-Lines PlatformDouble::Logs() const {
-    Lines logs;
-    for (const std::string& line : journal) {
-        if (line.compare(0, 4, "log ") == 0 &&
-            line.find(" IsServiceAvailable: ") == std::string::npos) {
-            logs.push_back(line.substr(4));
-        }
-    }
-    return logs;
+std::string PlatformDouble::TakeJournal() {
+    return Journal(std::exchange(journal, {}));
 }
 
 long PlatformDouble::Count(const std::string& line) const {
@@ -74,19 +73,20 @@ long PlatformDouble::Count(const std::string& line) const {
 
 void PlatformDouble::WaitFor(const std::string& line) const {
     std::unique_lock lock(g_mutex);
-    g_noted.wait(lock, [&] { return Count(line) > 0; });
+    if (!g_noted.wait_for(lock, kHang, [&] { return Count(line) > 0; })) {
+        throw std::runtime_error("waited for \"" + line + "\", but what came is:\n" +
+                                 Journal(journal));
+    }
 }
 
-void ServeReplies(const std::map<std::string, std::string>& replies) {
-    ThePlatform().service = [replies](const Json::Value& request, Json::Value& reply) {
-        const std::string method =
-            request.get("method", request.get("request_type", "")).asString();
-        const auto found = replies.find(method);
-        if (method == "is service available") {
+void Serve(const std::string& answer) {
+    ThePlatform().service = [answer](const Json::Value& request, Json::Value& reply) {
+        const bool up = Corvane::Wire::FromText(answer, reply);
+        if (up && request["method"] == "is service available") {
+            reply = Json::objectValue;
             reply["result"] = true;
-            return true;
         }
-        return found != replies.end() && Corvane::Wire::FromText(found->second, reply);
+        return up;
     };
 }
 
@@ -125,8 +125,8 @@ int __dlog_print(int log_id, int priority, const char* tag, const char* format, 
     if (shown.find(number) != std::string::npos) {
         shown.replace(shown.find(number), number.size(), ":LINE]");
     }
-    Note("log " + Look(tag, log_id, priority, text.substr(prefix.size(), 5)) + ' ' + file + ' ' +
-         function + (line > 0 ? ": " : ": no line ") + shown);
+    Note(Look(tag, log_id, priority, text.substr(prefix.size(), 5)) + ' ' + file + ' ' + function +
+         (line > 0 ? ": " : ": no line ") + shown);
     return 0;
 }
 
@@ -159,9 +159,11 @@ bool TCServer::CreateDBusProxy() {
 
 bool TCServer::SendMessage(const char* destination, const TCMessage* request, bool synchronous,
                            TCMessage* reply, int timeLimit) {
+    if (!request->m_Protocol.empty()) {
+        Note("protocol " + request->m_Protocol);
+    }
     Note("send " + g_messageNames[request] + " to " + destination + " for " +
-         g_messageNames[reply] + (synchronous ? " sync " : " async ") + std::to_string(timeLimit) +
-         (request->m_Protocol.empty() ? "" : " ") + request->m_Protocol);
+         g_messageNames[reply] + (synchronous ? " sync " : " async ") + std::to_string(timeLimit));
     Note(Wire::ToText(request->m_JsonBody));
     return ThePlatform().service(request->m_JsonBody, reply->m_JsonBody);
 }

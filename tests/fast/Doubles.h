@@ -11,6 +11,9 @@
 
 using Lines = std::vector<std::string>;
 
+/// Lines, or runs of lines, one below the other; empty ones are left out.
+std::string Journal(const Lines& lines);
+
 /// What the doubles answer with, and what they saw.
 struct PlatformDouble {
     bool proxyOpens = true;
@@ -18,26 +21,23 @@ struct PlatformDouble {
     std::function<bool(const Json::Value& request, Json::Value& reply)> service;
     /// The configuration store's texts by key; what is not here cannot be read.
     std::map<std::string, std::string> store;
-    /// Every call of the platform, in order.
+    /// Every call of the platform, in order. A log line is "LOOK FILE FUNCTION: MESSAGE", and a
+    /// message that ends a part with the line's own number, as in ":12]", has ":LINE]" there.
     Lines journal;
 
     /// Forgets everything and answers as a platform without a service.
     void Reset();
-    /// The journal's log lines without "log " and without those of the availability check.
-    Lines Logs() const;
+    /// The journal since the last call, as Journal() joins it.
+    std::string TakeJournal();
     /// How often the journal has a line.
     long Count(const std::string& line) const;
     /// Waits until another thread's work has put a line into the journal.
+    /// @throws std::runtime_error with the journal when it does not come.
     void WaitFor(const std::string& line) const;
 };
 
 PlatformDouble& ThePlatform();
 
-/// The journal's line for a log line of the client's. A message that ends a part with the line's
-/// own number, as in ":12]", has ":LINE]" there.
-std::string LogLine(const std::string& look, const std::string& function,
-                    const std::string& message);
-
-/// Plays a service that answers each request's "method" (or "request_type") with a JSON text, and
-/// what it does not know not at all. The availability check is always answered well.
-void ServeReplies(const std::map<std::string, std::string>& replies);
+/// Plays a service that answers each request with a JSON text but the availability check well. With
+/// a text that is no JSON it is down.
+void Serve(const std::string& answer);

@@ -3,7 +3,6 @@
 
 #include <memory>
 
-#include "Cases.h"
 #include "Doubles.h"
 #include "TermsDbusUtil.h"
 
@@ -21,12 +20,9 @@ std::string Print(GVariant* value) {
 }
 
 /// A record that is received into; its payload fields show whether they were written.
-struct Received : TermsDbusMessage {
-    Received() : TermsDbusMessage() { buffer = m_untouched; }
-    ~Received() {
-        buffer = buffer == m_untouched ? nullptr : buffer;
-        ReleaseTermsDbusMessage(this);
-    }
+struct Received : TermsDbusUtil::OwnedMessage {
+    Received() { buffer = m_untouched; }
+    ~Received() { buffer = buffer == m_untouched ? nullptr : buffer; }
     Received(const Received&) = delete;
     Received& operator=(const Received&) = delete;
 
@@ -37,8 +33,7 @@ struct Received : TermsDbusMessage {
         std::string text = std::string(from) + ' ' + std::to_string(code) + ' ' + type + ' ' +
                            message + ' ' + (buffer == m_untouched ? "untouched" : "");
         for (std::uint32_t i = 0; i < buffer_size; ++i) {
-            const char* digits = "0123456789abcdef";
-            text += {digits[buffer[i] / 16], digits[buffer[i] % 16]};
+            text += '/' + std::to_string(buffer[i]);
         }
         return text;
     }
@@ -47,49 +42,86 @@ struct Received : TermsDbusMessage {
     std::uint8_t m_untouched[1] = {};
 };
 
+const std::string kDecodes = "bus TermsDbusUtil.cpp MakeParamsToMessage: ";
+
 TEST(EncodingTest, TuplesBecomeRecords) {
-    for (const Json::Value& each : ReadCases("decodings")) {
-        SCOPED_TRACE(each[0].asString());
-        const Value tuple = Keep(g_variant_new_parsed(each[0].asCString()));
+    // A tuple, its type in the log, and the record, its payload byte by byte.
+    const std::tuple<const char*, std::string, const char*> cases[] = {
+        {"('f', uint32 7, 't', 'm')", "(suss)", "f 7 t m untouched"},
+        {"('', uint32 0, '', '')", "(suss)", " 0   untouched"},
+        {"('f', uint32 4294967295, 't', '약관', [(byte 1,), (0,), (255,)])", "(sussa(y))",
+         "f 4294967295 t 약관 /1/0/255"},
+        {"('f', uint32 7, 't', 'm', [(byte 1,)])", "(sussa(y))", "f 7 t m /1"},
+        {"('f', uint32 7, 't', 'm', [(byte 0,)])", "(sussa(y))", "f 7 t m untouched"},
+        {"('f', uint32 7, 't', 'm', [(byte 0,), (0,)])", "(sussa(y))", "f 7 t m /0/0"},
+        {"('f', uint32 7, 't', 'm', @a(y) [])", "(sussa(y))", "f 7 t m untouched"},
+        {"('f', uint32 7, 't', 'm', [byte 1, 2])", "(sussay)", "unchanged"},
+        {"('f', 7, 't', 'm')", "(siss)", "unchanged"},
+        {"('f', uint32 7, 't')", "(sus)", "unchanged"},
+        {"'text'", "s", "unchanged"},
+    };
+    for (const auto& [text, type, shown] : cases) {
+        SCOPED_TRACE(text);
+        const Value tuple = Keep(g_variant_new_parsed(text));
         Received record;
         ThePlatform().Reset();
         EXPECT_TRUE(TermsDbusUtil::MakeParamsToMessage(tuple.get(), record));
-        EXPECT_EQ(record.Show(), each[1].asString());
-        EXPECT_EQ(ThePlatform().journal, ToTexts(each[2]));
+        EXPECT_EQ(record.Show(), shown);
+        EXPECT_EQ(ThePlatform().TakeJournal(),
+                  Journal({kDecodes + type,
+                           type == "(sussa(y))" ? kDecodes + "get data of " + type : ""}));
     }
     Received record;
+    ThePlatform().Reset();
     EXPECT_FALSE(TermsDbusUtil::MakeParamsToMessage(nullptr, record));
-    EXPECT_EQ(ThePlatform().journal.back(),
-              "log bus-error TermsDbusUtil.cpp MakeParamsToMessage: "
-              "Error: parameters is NULL");
+    EXPECT_EQ(ThePlatform().TakeJournal(),
+              "bus-error TermsDbusUtil.cpp MakeParamsToMessage: Error: parameters is NULL");
 }
 
 TEST(EncodingTest, RecordsBecomeTuples) {
-    for (const Json::Value& each : ReadCases("encodings")) {
-        const Json::Value& fields = each[0];
-        const auto text = [&](int field) { return const_cast<char*>(TextOrNull(fields[field])); };
+    const struct {
+        const char* from;
+        std::uint32_t code;
+        const char* type;
+        const char* message;
+        const char* buffer;
+        std::uint32_t size;
+        const char* tuple;    // a call's and a signal's
+        const char* payload;  // an answer's, which always has one
+    } cases[] = {
+        {"f", 7, "t", "m", "", 0, "('f', uint32 7, 't', 'm')", "[(byte 0x00,)]"},
+        {"f", 7, "t", "m", "x", 0, "('f', uint32 7, 't', 'm')", "[(byte 0x00,)]"},
+        {"f", 7, "t", "m", nullptr, 5, "('f', uint32 7, 't', 'm')", "[(byte 0x00,)]"},
+        {nullptr, 0, nullptr, nullptr, nullptr, 0, "('', uint32 0, '', '')", "[(byte 0x00,)]"},
+        {"약", 4294967295, "\xff", "a\xff", "", 0,
+         "('약', uint32 4294967295, '\xef\xbf\xbd', 'a\xef\xbf\xbd')", "[(byte 0x00,)]"},
+        {"f", 7, "t", "m", "x", 1, "('f', uint32 7, 't', 'm', [(byte 0x78,)])", "[(byte 0x78,)]"},
+        {"f", 7, "t", "m", "", 1, "('f', uint32 7, 't', 'm', [(byte 0x00,)])", "[(byte 0x00,)]"},
+        {"f", 7, "t", "m", "xyz", 3, "('f', uint32 7, 't', 'm', [(byte 0x78,), (0x79,), (0x7a,)])",
+         "[(byte 0x78,), (0x79,), (0x7a,)]"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.tuple);
+        const bool bytes = each.size > 0 && each.buffer != nullptr;
+        const auto* buffer = reinterpret_cast<const std::uint8_t*>(each.buffer);
         TermsDbusMessage record;
-        InitiateTermsDbusMessage(&record, text(0), fields[1].asUInt(), text(2), text(3),
-                                 reinterpret_cast<std::uint8_t*>(text(4)), fields[5].asUInt());
+        InitiateTermsDbusMessage(&record, const_cast<char*>(each.from), each.code,
+                                 const_cast<char*>(each.type), const_cast<char*>(each.message),
+                                 const_cast<std::uint8_t*>(buffer), each.size);
         std::string method;
         const Value arguments = Keep(TermsDbusUtil::MakeMsgInputToParams(method, record));
         const Value signal = Keep(TermsDbusUtil::MakeSignalDataToParams(record));
-        const Value reply = Keep(TermsDbusUtil::MakeMsgOutputResponseToParams(record));
-        EXPECT_EQ(method, each[1].asString());
-        EXPECT_EQ(Print(arguments.get()), each[2].asString());
-        EXPECT_EQ(Print(signal.get()), each[2].asString());
-        EXPECT_STREQ(g_variant_get_type_string(reply.get()), "(sussa(y))");
-        const Value payload(g_variant_get_child_value(reply.get(), 4), &g_variant_unref);
-        EXPECT_EQ(Print(payload.get()), each[3].asString());
-        if (method == "SendMessageWithBuffer") {  // the bytes are sent from where they are
-            EXPECT_EQ(g_variant_get_data(payload.get()), record.buffer);
+        const Value answer = Keep(TermsDbusUtil::MakeMsgOutputResponseToParams(record));
+        EXPECT_EQ(method, bytes ? "SendMessageWithBuffer" : "SendMessage");
+        EXPECT_EQ(Print(arguments.get()), each.tuple);
+        EXPECT_EQ(Print(signal.get()), each.tuple);
+        EXPECT_STREQ(g_variant_get_type_string(answer.get()), "(sussa(y))");
+        const Value payload(g_variant_get_child_value(answer.get(), 4), &g_variant_unref);
+        EXPECT_EQ(Print(payload.get()), each.payload);
+        if (bytes) {  // they are sent from where they are
+            EXPECT_EQ(g_variant_get_data(payload.get()), buffer);
         }
     }
-    TermsDbusMessage invalid{};
-    char notUtf8[] = "a\xff";
-    invalid.from = invalid.type = invalid.message = notUtf8;
-    EXPECT_EQ(Print(Keep(TermsDbusUtil::MakeSignalDataToParams(invalid)).get()),
-              "('a\xef\xbf\xbd', uint32 0, 'a\xef\xbf\xbd', 'a\xef\xbf\xbd')");
     EXPECT_EQ(Print(Keep(TermsDbusUtil::MakeFailResponseToParams()).get()),
               R"(('', uint32 0, '', '{"dbus_result":"fail","errmsg":"error handling"}', )"
               R"([(byte 0x00,)]))");
@@ -97,21 +129,23 @@ TEST(EncodingTest, RecordsBecomeTuples) {
 
 TEST(EncodingTest, OnlyTheTwoMethodsAreTaken) {
     const Value tuple = Keep(g_variant_new_parsed("('f', uint32 7, 't', 'm')"));
-    for (const char* method :
-         {"SendMessage", "SendMessageWithBuffer", "SendMessageX", "sendmessage", ""}) {
-        const bool known =
-            std::string(method) == "SendMessage" || std::string(method) == "SendMessageWithBuffer";
+    const std::string log = " TermsDbusUtil.cpp MakeParamsToMsgInput: ";
+    for (const std::string method : {"SendMessage", "SendMessageWithBuffer"}) {
         Received record;
         ThePlatform().Reset();
-        EXPECT_EQ(TermsDbusUtil::MakeParamsToMsgInput(method, tuple.get(), record), known);
-        EXPECT_EQ(record.Show(), known ? "f 7 t m untouched" : "unchanged");
-        const std::string look = known ? "bus" : "bus-error";
-        EXPECT_EQ(ThePlatform().journal.front(),
-                  "log " + look + " TermsDbusUtil.cpp MakeParamsToMsgInput: " +
-                      (known ? "methodName: " : "error method name : ") + method);
+        EXPECT_TRUE(TermsDbusUtil::MakeParamsToMsgInput(method, tuple.get(), record));
+        EXPECT_EQ(record.Show(), "f 7 t m untouched");
+        EXPECT_EQ(ThePlatform().TakeJournal(),
+                  Journal({"bus" + log + "methodName: " + method, kDecodes + "(suss)"}));
+        EXPECT_TRUE(TermsDbusUtil::MakeParamsToMsgInput(method, nullptr, record));
     }
-    Received record;
-    EXPECT_TRUE(TermsDbusUtil::MakeParamsToMsgInput("SendMessage", nullptr, record));
+    for (const std::string method : {"SendMessageX", "sendmessage", ""}) {
+        Received record;
+        ThePlatform().Reset();
+        EXPECT_FALSE(TermsDbusUtil::MakeParamsToMsgInput(method, tuple.get(), record));
+        EXPECT_EQ(record.Show(), "unchanged");
+        EXPECT_EQ(ThePlatform().TakeJournal(), "bus-error" + log + "error method name : " + method);
+    }
 }
 
 TEST(EncodingTest, NamesBecomePaths) {

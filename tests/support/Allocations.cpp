@@ -12,12 +12,13 @@
 namespace {
 
 std::mutex g_mutex;
-Allocations::Count g_arrays;
+long g_arrays = 0;         // made and not released
+std::size_t g_number = 0;  // of the next array
 std::array<Allocations::Watched, 2> g_watched{};
 std::array<const void*, 256> g_made{};  // the arrays that the trace shows
 std::array<char, 4096> g_trace{};
 std::size_t g_traceEnd = 0;
-bool g_strdupFails = false;
+bool g_exhausted = false;
 
 void Trace(char letter, long number) {
     std::array<char, 16> word{};
@@ -39,21 +40,39 @@ char LetterOf(std::size_t size) {
     return 0;
 }
 
-void* Allocate(std::size_t size, bool poisoned) {
+void* AllocateObject(std::size_t size) {
+    const char letter = LetterOf(size);
     void* memory = std::malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    if (poisoned) {
+    if (letter != 0 && memory != nullptr) {
         std::memset(memory, Allocations::kPoison, size);
+        const std::lock_guard lock(g_mutex);
+        Trace(letter, -1);
     }
     return memory;
+}
+
+void* AllocateArray(std::size_t size) {
+    void* memory = std::malloc(size);
+    if (memory != nullptr) {
+        std::memset(memory, Allocations::kPoison, size);
+        const std::lock_guard lock(g_mutex);
+        ++g_arrays;
+        if (g_number < g_made.size()) {
+            g_made.at(g_number) = memory;
+            Trace('A', static_cast<long>(g_number++));
+        }
+    }
+    return memory;
+}
+
+void* OrThrow(void* memory) {
+    return memory != nullptr ? memory : throw std::bad_alloc();
 }
 
 void ReleaseArray(void* memory) {
     if (memory != nullptr) {
         const std::lock_guard lock(g_mutex);
-        ++g_arrays.released;
+        --g_arrays;
         auto* const found = std::find(g_made.begin(), g_made.end(), memory);
         if (found != g_made.end()) {
             Trace('a', found - g_made.begin());
@@ -65,7 +84,7 @@ void ReleaseArray(void* memory) {
 
 }  // namespace
 
-Allocations::Count Allocations::Arrays() {
+long Allocations::Arrays() {
     return g_arrays;
 }
 
@@ -74,23 +93,31 @@ std::string Allocations::Trace() {
 }
 
 void Allocations::Reset(Watched one, Watched other) {
-    g_arrays = {};
+    g_arrays = 0;
+    g_number = 0;
     g_watched = {one, other};
     g_made = {};
     g_traceEnd = 0;
 }
 
-void Allocations::FailStrdup(bool fails) {
-    g_strdupFails = fails;
+void Allocations::Exhaust(bool exhausted) {
+    g_exhausted = exhausted;
 }
 
 void* operator new(std::size_t size) {
-    const char letter = LetterOf(size);
-    if (letter != 0) {
-        const std::lock_guard lock(g_mutex);
-        Trace(letter, -1);
-    }
-    return Allocate(size, letter != 0);
+    return OrThrow(AllocateObject(size));
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return g_exhausted ? nullptr : AllocateObject(size);
+}
+
+void* operator new[](std::size_t size) {
+    return OrThrow(AllocateArray(size));
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return g_exhausted ? nullptr : AllocateArray(size);
 }
 
 void operator delete(void* memory) noexcept {
@@ -106,17 +133,6 @@ void operator delete(void* memory, std::size_t size) noexcept {
     std::free(memory);
 }
 
-void* operator new[](std::size_t size) {
-    void* memory = Allocate(size, true);
-    const std::lock_guard lock(g_mutex);
-    const auto number = static_cast<std::size_t>(g_arrays.made++);
-    if (number < g_made.size()) {
-        g_made.at(number) = memory;
-        Trace('A', static_cast<long>(number));
-    }
-    return memory;
-}
-
 void operator delete[](void* memory) noexcept {
     ReleaseArray(memory);
 }
@@ -128,6 +144,6 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept {
 // Its parameter has the name that it has in the C library's header.
 char* strdup(const char* __s) noexcept {
     const std::size_t size = std::strlen(__s) + 1;
-    void* copy = g_strdupFails ? nullptr : std::malloc(size);
+    void* copy = g_exhausted ? nullptr : std::malloc(size);
     return copy != nullptr ? static_cast<char*>(std::memcpy(copy, __s, size)) : nullptr;
 }

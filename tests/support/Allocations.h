@@ -9,13 +9,9 @@ namespace Allocations {
 
 constexpr unsigned char kPoison = 0xa5;
 
-struct Count {
-    long made = 0;
-    long released = 0;
-};
-
-/// All arrays since the last Reset(). Their bytes are kPoison until they are written.
-Count Arrays();
+/// How many arrays more were made than released since the last Reset(). Their bytes are kPoison
+/// until they are written.
+long Arrays();
 
 /// What was allocated and released since the last Reset(), one word each: "A0" for the first array
 /// and "a0" for its release, and "I" and "i" (or whatever the letter) for objects of a watched
@@ -31,7 +27,7 @@ struct Watched {
 /// Starts counting from 0, and watches objects of two sizes.
 void Reset(Watched one, Watched other);
 
-/// Whether strdup() finds no memory.
-void FailStrdup(bool fails);
+/// Whether there is no memory for what can live without: strdup() and new (std::nothrow).
+void Exhaust(bool exhausted);
 
 }  // namespace Allocations
