@@ -115,9 +115,9 @@ std::string Converted(Lines texts) {
     texts.resize(16);
     for (const std::string& text : texts) {
         lines.push_back("info TermsAPI.cpp ConvertChar: [" + text + ']');
-        lines.push_back(text.empty() ? "warning TermsAPI.cpp ConvertChar: empty" : "");
+        lines.emplace_back(text.empty() ? "warning TermsAPI.cpp ConvertChar: empty" : "");
     }
-    lines.push_back("info TermsAPI.cpp ConvertTermItem: 0");
+    lines.emplace_back("info TermsAPI.cpp ConvertTermItem: 0");
     return Journal(lines);
 }
 

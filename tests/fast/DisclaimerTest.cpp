@@ -15,40 +15,6 @@ namespace {
 using Item = STHomeDisclaimerContentItem;
 using Members = std::map<std::string, std::string>;
 
-/// A record's members by the reply's names, without those at their defaults. "sections" has all
-/// entries, a bar behind each.
-Members Held(const Item& item) {
-    const auto flag = [](bool value) { return value ? "true" : ""; };
-    const Members all = {{"id", item.strItemId},
-                         {"order", item.nOrder != 0 ? Text(item.nOrder) : ""},
-                         {"version", item.strVersion},
-                         {"title", item.strTitle},
-                         {"intro", item.strIntro},
-                         {"details", item.strDetails},
-                         {"button1", item.strButton1},
-                         {"button2", item.strButton2},
-                         {"button3", item.strButton3},
-                         {"button4", item.strButton4},
-                         {"button5", item.strButton5},
-                         {"button6", item.strButton6},
-                         {"button7", item.strButton7},
-                         {"button8", item.strButton8},
-                         {"button9", item.strButton9},
-                         {"button10", item.strButton10},
-                         {"is_agreed", flag(item.bIsAgreed)},
-                         {"only_notice", flag(item.bOnlyNotice)},
-                         {"agree_dependency", item.strAgreeDependency},
-                         {"ppused", flag(item.bPPUsed)},
-                         {"reverse", flag(item.bReverse)}};
-    Members held;
-    std::copy_if(all.begin(), all.end(), std::inserter(held, held.end()),
-                 [](const auto& member) { return !member.second.empty(); });
-    for (const std::string& entry : item.vecDetailData) {
-        held["sections"] += entry + '|';
-    }
-    return held;
-}
-
 Lines Words(const char* text) {
     std::istringstream words(text);
     return {std::istream_iterator<std::string>(words), {}};
@@ -62,6 +28,34 @@ const Lines kAll = Words(
 const Lines kRevised = Words(
     "id title intro details button1 button2 button3 button4 button5 button6 button7 button8 "
     "agree_dependency is_agreed reverse ppused");
+
+/// A record's members by the reply's names, without those at their defaults. "sections" has all
+/// entries, a bar behind each.
+Members Held(const Item& item) {
+    const auto flag = [](bool value) { return value ? "true" : ""; };
+    const std::string order = item.nOrder != 0 ? Text(item.nOrder) : "";
+    const Lines values = {item.strItemId,          order,
+                          item.strVersion,         item.strTitle,
+                          item.strIntro,           item.strDetails,
+                          item.strButton1,         item.strButton2,
+                          item.strButton3,         item.strButton4,
+                          item.strButton5,         item.strButton6,
+                          item.strButton7,         item.strButton8,
+                          item.strButton9,         item.strButton10,
+                          flag(item.bIsAgreed),    flag(item.bOnlyNotice),
+                          item.strAgreeDependency, flag(item.bPPUsed),
+                          flag(item.bReverse)};
+    Members held;
+    for (std::size_t i = 0; i < kAll.size(); ++i) {
+        if (!values.at(i).empty()) {
+            held[kAll[i]] = values[i];
+        }
+    }
+    for (const std::string& entry : item.vecDetailData) {
+        held["sections"] += entry + '|';
+    }
+    return held;
+}
 
 /// A disclaimer as the service sends it: flags are true, texts their member's name.
 Json::Value Full() {
@@ -82,7 +76,8 @@ TEST(DisclaimerFieldsTest, MembersAreReadInTheirOrder) {
         Members before;
         for (const std::string& name : names) {
             Json::Value reply = Full();
-            reply[name] = Json::arrayValue;  // cannot be converted
+            // What cannot be converted: an array, and too large a number.
+            reply[name] = name == "order" ? Json::Value(1e10) : Json::arrayValue;
             Item item;
             EXPECT_THROW(read(reply, item), Json::Exception) << name;
             EXPECT_EQ(Held(item), before) << name;
@@ -117,16 +112,20 @@ class DisclaimerTest : public testing::Test {
     std::vector<Item*> m_items;  // what lists have handed out
 };
 
-TEST_F(DisclaimerTest, WhatIsMissingIsResetButSectionsAreKept) {
+TEST_F(DisclaimerTest, MembersAreConvertedOrResetButSectionsAreKept) {
     Item item;
     EXPECT_EQ(Held(item), Members{});
     ServeGood(Full());
     EXPECT_EQ(m_client.GetDisclaimerDetail("i", item, "TV"), 0);
     EXPECT_EQ(Held(item).size(), kAll.size());
     item.vecDetailData = {"kept", "too"};
-    Serve(R"({"result":true,"details":"[{}]"})");
+    Serve(R"({"result":1,"order":true,"version":7,"details":"[{}]","only_notice":3.7})");
     EXPECT_EQ(m_client.GetDisclaimerDetail("i", item, "TV"), 0);
-    EXPECT_EQ(Held(item), (Members{{"details", "[{}]"}, {"sections", "kept|too|||"}}));
+    EXPECT_EQ(Held(item), (Members{{"order", "1"},
+                                   {"version", "7"},
+                                   {"details", "[{}]"},
+                                   {"only_notice", "true"},
+                                   {"sections", "kept|too|||"}}));
 }
 
 TEST_F(DisclaimerTest, DetailsBecomeSections) {
@@ -209,6 +208,16 @@ TEST_F(DisclaimerTest, AnEmptyListIsLeftAsItIs) {
     }
 }
 
+const std::string kRevision = " VerantiAPI.cpp GetRevisedDisclaimers: ";
+
+/// Fetching revised disclaimers.
+std::string RevisedFetched(const Lines& read) {
+    return Journal({"info" + kRevision + "GetRevisedDisclaimers called", Check(),
+                    Exchange(R"({"data":null,"method":"get revised disclaimers",)"
+                             R"("product_type":"phone","terms":"all"})",
+                             read)});
+}
+
 TEST_F(DisclaimerTest, RevisedDisclaimersAreAppended) {
     Json::Value reply;
     reply["disclaimers"].append(Full());
@@ -219,18 +228,13 @@ TEST_F(DisclaimerTest, RevisedDisclaimersAreAppended) {
     EXPECT_EQ(Held(*m_items[0]).size(), kRevised.size());
     EXPECT_EQ(Held(*m_items[1]),
               (Members{{"details", R"([{"title":"T","data":"D"}])"}, {"sections", "T|D|"}}));
-    const std::string revised = " VerantiAPI.cpp GetRevisedDisclaimers: ";
     EXPECT_EQ(
         ThePlatform().TakeJournal(),
-        Journal(
-            {"info" + revised + "GetRevisedDisclaimers called", Check(),
-             Exchange(R"({"data":null,"method":"get revised disclaimers",)"
-                      R"("product_type":"phone","terms":"all"})",
-                      {"warning" + revised + "id id", "trace" + revised + "datailData=details",
-                       "trace" + revised + "<<WARN: NOT JSON TYPE MESSAGE>>",
-                       "warning" + revised + "id ",
-                       "trace" + revised + R"(datailData=[{"title":"T","data":"D"}])",
-                       "trace" + revised + "It is new RULE", "warning" + revised + "push back"})}));
+        RevisedFetched(
+            {"warning" + kRevision + "id id", "trace" + kRevision + "datailData=details",
+             "trace" + kRevision + "<<WARN: NOT JSON TYPE MESSAGE>>", "warning" + kRevision + "id ",
+             "trace" + kRevision + R"(datailData=[{"title":"T","data":"D"}])",
+             "trace" + kRevision + "It is new RULE", "warning" + kRevision + "push back"}));
     Serve(R"({"result":true,"disclaimers":[{"id":"last"}]})");
     EXPECT_TRUE(m_client.GetRevisedDisclaimers(m_items, "phone", "all"));
     ASSERT_EQ(m_items.size(), 3U);
@@ -238,24 +242,31 @@ TEST_F(DisclaimerTest, RevisedDisclaimersAreAppended) {
 }
 
 TEST_F(DisclaimerTest, RevisedDisclaimersBeforeAnExceptionAreKept) {
-    // A reply's list, the result, and the records.
-    const std::tuple<const char*, std::string, std::size_t> cases[] = {
-        {R"("text")", "true", 0},
-        {"[]", "true", 0},
-        {R"({"a":1})", "exception", 0},
-        {R"([null,{"title":[]},{}])", "exception", 1},
-        {R"([{},{"details":"[3]"}])", "exception", 1},
+    const std::string first =
+        Journal({"warning" + kRevision + "id ", "trace" + kRevision + "datailData=",
+                 "trace" + kRevision + "<<WARN: NOT JSON TYPE MESSAGE>>"});
+    // A reply's list, the result, the records, and the lines while the list is read.
+    const std::tuple<std::string, std::string, std::size_t, Lines> cases[] = {
+        {R"("text")", "true", 0, {}},
+        {"[]", "true", 0, {}},
+        {R"({"a":1})", "exception", 0, {}},
+        {R"([null,{"title":[]},{}])", "exception", 1, {first}},
+        {R"([{},{"details":")" + std::string(2000, '[') + "\"}]",
+         "exception",
+         1,
+         {first, "warning" + kRevision + "id "}},
     };
-    for (const auto& [list, result, kept] : cases) {
+    for (const auto& [list, result, kept, read] : cases) {
         SCOPED_TRACE(list);
-        Serve(std::string(R"({"result":true,"disclaimers":)") + list + '}');
+        Serve(R"({"result":true,"disclaimers":)" + list + '}');
         const std::size_t before = m_items.size();
         try {
-            EXPECT_EQ(Text(m_client.GetRevisedDisclaimers(m_items, "TV", "")), result);
+            EXPECT_EQ(Text(m_client.GetRevisedDisclaimers(m_items, "phone", "all")), result);
         } catch (const Json::Exception&) {
             EXPECT_EQ(result, "exception");
         }
         EXPECT_EQ(m_items.size() - before, kept);
+        EXPECT_EQ(ThePlatform().TakeJournal(), RevisedFetched(read));
     }
 }
 
