@@ -41,11 +41,11 @@ char LetterOf(std::size_t size) {
 }
 
 void* AllocateObject(std::size_t size) {
-    const char letter = LetterOf(size);
     void* memory = std::malloc(size);
+    const std::lock_guard lock(g_mutex);
+    const char letter = LetterOf(size);
     if (letter != 0 && memory != nullptr) {
         std::memset(memory, Allocations::kPoison, size);
-        const std::lock_guard lock(g_mutex);
         Trace(letter, -1);
     }
     return memory;
@@ -93,6 +93,7 @@ std::string Allocations::Trace() {
 }
 
 void Allocations::Reset(Watched one, Watched other) {
+    const std::lock_guard lock(g_mutex);  // a detached thread may be ending
     g_arrays = 0;
     g_number = 0;
     g_watched = {one, other};
@@ -125,10 +126,12 @@ void operator delete(void* memory) noexcept {
 }
 
 void operator delete(void* memory, std::size_t size) noexcept {
-    const char letter = LetterOf(size);
-    if (letter != 0) {
+    {
         const std::lock_guard lock(g_mutex);
-        Trace(static_cast<char>(std::tolower(letter)), -1);
+        const char letter = LetterOf(size);
+        if (letter != 0) {
+            Trace(static_cast<char>(std::tolower(letter)), -1);
+        }
     }
     std::free(memory);
 }
