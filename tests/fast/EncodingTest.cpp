@@ -84,8 +84,8 @@ TEST(EncodingTest, RecordsBecomeTuples) {
         const char* message;
         const char* buffer;
         std::uint32_t size;
-        const char* fields;
-        const char* payload;
+        const char* fields;   // the front of every tuple
+        const char* payload;  // of those that have one
     } cases[] = {
         {"f", 7, "t", "m", "", 0, "('f', uint32 7, 't', 'm'", "[(byte 0x00,)]"},
         {"f", 7, "t", "m", "x", 0, "('f', uint32 7, 't', 'm'", "[(byte 0x00,)]"},
