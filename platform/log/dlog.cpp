@@ -54,6 +54,29 @@ void OpenDescriptor(Sink& sink, int descriptor) {
     }
 }
 
+/// Opens a regular file, which is made when it is missing, or a terminal.
+/// @return why that cannot be done, or null.
+const char* OpenFile(Sink& sink, const char* path) {
+    constexpr const char* kOther = "neither a regular file nor a terminal";
+    struct stat status {};
+    if (stat(path, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) {
+        return kOther;  // not even opened: a pipe's reader would notice
+    }
+    // Not blocking, should a pipe come in between.
+    const int file =
+        open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
+    if (file < 0) {
+        return std::strerror(errno);
+    }
+    if (fstat(file, &status) != 0 || !(S_ISREG(status.st_mode) || isatty(file) == 1)) {
+        close(file);
+        return kOther;
+    }
+    fcntl(file, F_SETFL, O_APPEND);  // a terminal that is slow loses no line
+    OpenDescriptor(sink, file);
+    return nullptr;
+}
+
 void ReadSinkName(Sink& sink) {
     const char* name = secure_getenv("VERANTI_LOG");
     if (name == nullptr || *name == '\0') {
@@ -67,18 +90,13 @@ void ReadSinkName(Sink& sink) {
         OpenDescriptor(sink, STDERR_FILENO);
         return;
     }
-    // A pipe that nobody reads is refused rather than waited for; who reads one is waited for.
-    const int file =
-        open(name, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
-    if (file >= 0) {
-        fcntl(file, F_SETFL, O_APPEND);
-        OpenDescriptor(sink, file);
-        return;
+    const char* const cause = OpenFile(sink, name);
+    if (cause != nullptr) {
+        std::fprintf(stderr,
+                     "VERANTI_LOG: cannot append to \"%s\" (%s); set it to stderr, off or the path "
+                     "of a writable file. Logging to syslog.\n",
+                     name, cause);
     }
-    std::fprintf(stderr,
-                 "VERANTI_LOG: cannot append to \"%s\" (%s); set it to stderr, off or the path of "
-                 "a writable file. Logging to syslog.\n",
-                 name, std::strerror(errno));
 }
 
 void ReadLeastLevel(Sink& sink) {

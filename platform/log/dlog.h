@@ -4,12 +4,13 @@
 /// On this host a line goes to syslog(3), so that a terminal stays quiet. The environment is read
 /// once, at the first line:
 ///
-///   VERANTI_LOG        stderr | off | the path of a file that lines are appended to
+///   VERANTI_LOG        stderr | off | the path of a regular file, or of a terminal, that lines are
+///                      appended to; what cannot be is named on standard error, and syslog used
 ///   VERANTI_LOG_LEVEL  debug | info | warning | error: the least priority that is written (debug)
 ///
-/// Each line is one write, so lines of several threads and processes do not mix. On a pipe, where
-/// only PIPE_BUF bytes are written in one piece, a longer line is cut there. Colour codes reach a
-/// terminal and are removed everywhere else.
+/// Each line is one write, so lines of several threads and processes do not mix. Where standard
+/// error is a pipe, on which only PIPE_BUF bytes are written in one piece, a longer line is cut
+/// there. Colour codes reach a terminal and are removed everywhere else.
 #pragma once
 
 #pragma GCC visibility push(default)
