@@ -11,8 +11,8 @@
 #include <memory>
 
 #include "Interleaved.h"
+#include "Store.h"
 #include "VerantiAPI.h"
-#include "World.h"
 
 namespace {
 
@@ -55,7 +55,7 @@ void ThroughTheLibrary(const std::string& id) {
 void Measure(int rounds) {
     setenv("VERANTI_LOG", "off", 1);
     const TemporaryStore store;
-    const std::string path = store.Path() + '/' + kKey;
+    const std::string path = FileOf(store, kKey);
     for (const int terms : {10, 1000, 10000}) {
         Check(vconf_set_str(kKey, Agreements(terms).c_str()) == 0, "cannot write the store");
         const std::string id = "term_" + std::to_string(terms / 2);

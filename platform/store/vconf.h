@@ -1,13 +1,14 @@
 /// @file
 /// The platform's configuration store: texts under keys.
 ///
-/// On this host a key is the path of a file below the store's root, such as
-/// "db/veranti/terms_title". The root is VERANTI_STORE, else "veranti/store" in the user's state
-/// folder. Who may read the root may read the keys. A key that is null, empty or absolute, or that
-/// has an empty, "." or ".." component, is refused, and no symbolic link below the root is
-/// followed. A reader sees the old text or the new one, never a part, also when the writer is
-/// killed; that may leave its temporary file (the key's name with six letters behind it) beside the
-/// key.
+/// On this host a key such as "db/veranti/terms_title" is a file in the store's root, named as the
+/// key with all but letters, digits and "-._~" escaped as in a URI ("db%2Fveranti%2Fterms_title").
+/// The root is VERANTI_STORE, else "veranti/store" in the user's state folder. Who may read the
+/// root may read the keys. A key that is null, empty or absolute, or that has an empty, "." or ".."
+/// component, is refused (EINVAL), and so is one whose file's name would be longer than 248 bytes
+/// (ENAMETOOLONG). A reader sees the old text or the new one, never a part, also when the writer is
+/// killed; that may leave its temporary file (the file's name, "#" and six letters), which the
+/// key's next writer removes.
 #pragma once
 
 #pragma GCC visibility push(default)
@@ -18,11 +19,13 @@ extern "C" {
 
 /// Reads a key.
 /// @return a copy of the text up to its first NUL, to be released with free(3), or null with errno
-///   set: ENOENT when the key is not set, EINVAL for a refused key, ELOOP or ENOTDIR behind a link.
+///   set: ENOENT when the key is not set, ELOOP when a link is in its place, EINVAL when it is
+///   anything else that is no file.
 char* vconf_get_str(const char* key);
 
 /// Writes a key; returns when the text is on the disk.
-/// @return 0, or -1 with errno set; the former text is then still there.
+/// @return 0, or -1 with errno set (EISDIR when a folder is in the key's place); the former text is
+///   then still there, unless it is the disk that fails (EIO).
 int vconf_set_str(const char* key, const char* value);
 
 /// Removes a key.

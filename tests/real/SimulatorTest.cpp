@@ -9,12 +9,12 @@
 
 #include "Cases.h"
 #include "ScriptedService.h"
-#include "World.h"
+#include "Store.h"
 
 namespace {
 
-constexpr char kAgreements[] = "/db/veranti/disclaimeragrees";
-constexpr char kTitles[] = "/db/veranti/terms_title";
+constexpr char kAgreements[] = "db/veranti/disclaimeragrees";
+constexpr char kTitles[] = "db/veranti/terms_title";
 
 class SimulatorTest : public testing::Test {
   protected:
@@ -84,14 +84,14 @@ TEST_F(SimulatorTest, EveryRequestIsAnswered) {
 
 TEST_F(SimulatorTest, WhatCannotBeStoredHasNotChanged) {
     const Simulator simulator;
-    const std::string before = ReadFile(m_store.Path() + kAgreements);
-    std::filesystem::remove(m_store.Path() + kTitles);
-    std::filesystem::create_directory(m_store.Path() + kTitles);
+    const std::string before = Stored(kAgreements);
+    std::filesystem::remove(FileOf(m_store, kTitles));
+    std::filesystem::create_directory(FileOf(m_store, kTitles));
     Expect({{{"agree", "newsletter"}, 1, "", "\"newsletter\""},
             {{"country", "KR"}, 1, "", "\"KR\""},
             {{"update"}, 1, "", "could not update"}});
-    EXPECT_EQ(ReadFile(m_store.Path() + kAgreements), before);
-    std::filesystem::remove(m_store.Path() + kTitles);
+    EXPECT_EQ(Stored(kAgreements), before);
+    std::filesystem::remove(FileOf(m_store, kTitles));
     Expect({{{"header"},
              0,
              "country_code  \n"
@@ -151,9 +151,8 @@ TEST_F(SimulatorTest, WhatTheServiceSaysCannotHarmTheTerminal) {
 }
 
 TEST_F(SimulatorTest, AgreementsReachTheStoreAllOrNone) {
-    const auto agreed = [this](const char* id) {
-        const std::string cache = ReadFile(m_store.Path() + kAgreements);
-        return cache.find('"' + std::string(id) + R"(":"true")") != std::string::npos;
+    const auto agreed = [](const std::string& id) {
+        return Stored(kAgreements).find('"' + id + R"(":"true")") != std::string::npos;
     };
     const Simulator simulator;
     EXPECT_FALSE(agreed("newsletter"));
@@ -205,13 +204,13 @@ TEST_F(SimulatorTest, AgreementsSurviveARestart) {
         first.Signal(SIGTERM);
         EXPECT_EQ(first.Wait(), 0);
     }
-    const std::string agreements = ReadFile(m_store.Path() + kAgreements);
-    const std::string titles = ReadFile(m_store.Path() + kTitles);
-    std::filesystem::remove(m_store.Path() + kAgreements);
-    std::filesystem::remove(m_store.Path() + kTitles);
+    const std::string agreements = Stored(kAgreements);
+    const std::string titles = Stored(kTitles);
+    vconf_unset(kAgreements);
+    vconf_unset(kTitles);
     const Simulator second;
-    EXPECT_EQ(ReadFile(m_store.Path() + kAgreements), agreements);
-    EXPECT_EQ(ReadFile(m_store.Path() + kTitles), titles);
+    EXPECT_EQ(Stored(kAgreements), agreements);
+    EXPECT_EQ(Stored(kTitles), titles);
 }
 
 TEST_F(SimulatorTest, EndsWithTheBus) {
@@ -258,13 +257,13 @@ TEST_F(SimulatorTest, ABadStartIsExplained) {
     expectRefused({"--delay", "set country code"}, 2, "METHOD=MILLISECONDS");
     {
         const Simulator first;
-        const std::string agreements = ReadFile(m_store.Path() + kAgreements);
+        const std::string agreements = Stored(kAgreements);
         const std::string other =
             folder.Write("other.json", head + R"({"id":"a","texts":{"en":{"title":"A"}}}]})");
         expectRefused({"--catalogue", other}, 1, "\"com.velmora.tv.termsclient\" is taken");
-        EXPECT_EQ(ReadFile(m_store.Path() + kAgreements), agreements);
+        EXPECT_EQ(Stored(kAgreements), agreements);
     }
-    m_store.Write("db/veranti/simulator_state", "{\"agreed\":[3]}");
+    vconf_set_str("db/veranti/simulator_state", "{\"agreed\":[3]}");
     expectRefused({}, 1, "is not the simulator's");
     setenv("VERANTI_STORE", (folder.Path() + "/catalogue.json").c_str(), 1);
     expectRefused({}, 1, "VERANTI_STORE");
@@ -285,7 +284,7 @@ TEST_F(SimulatorTest, AnUpdateReadsTheCatalogueAgainAndKeepsTheOldOneWhenItIsBro
     catalogue(std::string(one) + ',' + two);
     Expect({{{"update"}, 0, "The terms are up to date.\n", ""},
             {{"count"}, 0, "2 terms for requester 0.\n", ""}});
-    EXPECT_EQ(ReadFile(m_store.Path() + kTitles), R"([{"title":"A"},{"title":"B"}])");
+    EXPECT_EQ(Stored(kTitles), R"([{"title":"A"},{"title":"B"}])");
     catalogue("broken");
     Expect({{{"update"}, 1, "", "could not update"},
             {{"count"}, 0, "2 terms for requester 0.\n", ""}});

@@ -4,130 +4,184 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vconf.h>
 
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <map>
+#include <thread>
 
-#include "World.h"
+#include "Limit.h"
+#include "Store.h"
 
 namespace {
 
-std::string Get(const char* key) {
-    const std::unique_ptr<char, decltype(&std::free)> text(vconf_get_str(key), &std::free);
-    return text ? text.get() : "(null)";
-}
+namespace fs = std::filesystem;
 
 class StoreTest : public testing::Test {
   protected:
+    using Sizes = std::map<std::string, std::uintmax_t>;
+
+    /// What lies in the root.
+    Sizes Files() const {
+        Sizes files;
+        for (const fs::directory_entry& entry : fs::directory_iterator(m_store.Path())) {
+            files[entry.path().filename()] = entry.is_regular_file() ? entry.file_size() : 0;
+        }
+        return files;
+    }
+
     TemporaryStore m_store;
 };
 
-TEST_F(StoreTest, TheRootDecidesWhoMayRead) {
-    namespace fs = std::filesystem;
-    umask(022);
+/// 0, or why it could not be done.
+int Error(bool done) {
+    return done ? 0 : errno;
+}
+
+TEST_F(StoreTest, LiesInTheUsersStateFolderUnlessToldOtherwise) {
+    const std::pair<const char*, const char*> cases[] = {{"XDG_STATE_HOME=", "/veranti/store"},
+                                                         {"HOME=", "/.local/state/veranti/store"}};
+    for (const auto& [variable, folder] : cases) {
+        const std::string root = m_store.Path() + folder;
+        setenv("VERANTI_STORE", root.c_str(), 1);
+        EXPECT_EQ(vconf_set_str("db/veranti/terms_title", R"([{"title":"T"}])"), 0);
+        EXPECT_EQ(fs::status(root).permissions(), fs::perms(0700));
+        const Outcome reader =
+            RunProgram({"env", "-u", "XDG_STATE_HOME", "VERANTI_STORE=", variable + m_store.Path(),
+                        COMMAND_PATH, "title", "0"});
+        EXPECT_EQ(reader.output, "T\n") << variable;
+    }
+}
+
+TEST_F(StoreTest, TheRootMayBeALinkAndDecidesWhoMayRead) {
+    const TemporaryFolder elsewhere;
+    const std::string link = elsewhere.Path() + "/link";
+    fs::create_directory_symlink(m_store.Path(), link);
+    setenv("VERANTI_STORE", link.c_str(), 1);
+    umask(077);
     for (const auto mode : {fs::perms(0700), fs::perms(0755)}) {
         fs::permissions(m_store.Path(), mode);
-        const std::string folder = m_store.Path() + "/db" + std::to_string(unsigned(mode));
-        EXPECT_EQ(vconf_set_str((folder.substr(m_store.Path().size() + 1) + "/key").c_str(), ""),
-                  0);
-        EXPECT_EQ(fs::status(folder).permissions(), mode);
-        EXPECT_EQ(fs::status(folder + "/key").permissions(), mode & fs::perms(0666));
+        EXPECT_EQ(vconf_set_str("db/key", "x"), 0);
+        EXPECT_EQ(Stored("db/key"), "x");
+        EXPECT_EQ(fs::status(FileOf(m_store, "db/key")).permissions(), mode & fs::perms(0666));
     }
+    umask(022);
+    setenv("VERANTI_STORE", FileOf(m_store, "db/key").c_str(), 1);
+    EXPECT_EQ(Error(vconf_set_str("key", "x") == 0), ENOTDIR);
 }
 
 TEST_F(StoreTest, KeepsTexts) {
-    EXPECT_EQ(Get("db/a/b"), "(null)");
-    EXPECT_EQ(errno, ENOENT);
     for (const std::string& text :
-         {std::string("one"), std::string(), std::string("\xff\n 2"), std::string(1 << 20, 'x')}) {
+         {std::string("one"), std::string(), std::string("\xff\n% 2"), std::string(1 << 20, 'x')}) {
         EXPECT_EQ(vconf_set_str("db/a/b", text.c_str()), 0);
-        EXPECT_EQ(Get("db/a/b"), text);
+        EXPECT_EQ(Stored("db/a/b"), text);
     }
     EXPECT_EQ(vconf_unset("db/a/b"), 0);
-    EXPECT_EQ(Get("db/a/b"), "(null)");
-    EXPECT_EQ(vconf_unset("db/a/b"), -1);
-    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(Error(Stored("db/a/b") != "(null)"), ENOENT);
+    EXPECT_EQ(Error(vconf_unset("db/a/b") == 0), ENOENT);
+    EXPECT_EQ(Error(vconf_set_str("db/a/b", nullptr) == 0), EINVAL);
 }
 
-TEST_F(StoreTest, RefusesKeysThatAreNoPathBelowTheRoot) {
-    for (const char* key : {"", "/a", "a/", "a//b", ".", "..", "../a", "a/../b", "a/./b", "a/..",
-                            static_cast<const char*>(nullptr)}) {
-        errno = 0;
-        EXPECT_EQ(vconf_set_str(key, "x"), -1);
-        EXPECT_EQ(errno, EINVAL);
-        EXPECT_EQ(Get(key), "(null)");
-        EXPECT_EQ(vconf_unset(key), -1);
+TEST_F(StoreTest, EachKeyIsAFileInTheRoot) {
+    const auto expect = [this](const char* key, int error, const Sizes& files) {
+        SCOPED_TRACE(key != nullptr ? key : "(null)");
+        EXPECT_EQ(Error(vconf_set_str(key, "x") == 0), error);
+        EXPECT_EQ(Files(), files);
+        EXPECT_EQ(Error(Stored(key) == "x"), error);
+        EXPECT_EQ(Error(vconf_unset(key) == 0), error);
+    };
+    const std::string longest(248, 'x');
+    const std::pair<std::string, std::string> kept[] = {{"...", "..."},
+                                                        {"..%2f", "..%252f"},
+                                                        {"a/b", "a%2Fb"},
+                                                        {"a%2Fb", "a%252Fb"},
+                                                        {"\u00e9", "%C3%A9"},
+                                                        {"\xe9", "%E9"},
+                                                        {"~-_ #*\n", "~-_%20%23%2A%0A"},
+                                                        {longest, longest}};
+    for (const auto& [key, file] : kept) {
+        expect(key.c_str(), 0, {{file, 1}});
     }
-    EXPECT_EQ(vconf_set_str("a", nullptr), -1);
-    EXPECT_TRUE(std::filesystem::is_empty(m_store.Path()));
+    for (const char* key : {"", "/a", "a/", "a//b", ".", "..", "../a", "a/./b", "a/..",
+                            static_cast<const char*>(nullptr)}) {
+        expect(key, EINVAL, {});
+    }
+    for (const std::string& key : {longest + 'x', std::string(83, ' '), std::string(300, '%')}) {
+        expect(key.c_str(), ENAMETOOLONG, {});
+    }
 }
 
-TEST_F(StoreTest, FollowsNoLinkOutOfTheRoot) {
+TEST_F(StoreTest, NothingButAFileFoolsOrStallsAnybody) {
     const TemporaryFolder outside;
     const std::string secret = outside.Write("secret", "secret");
-    std::filesystem::create_directory_symlink(outside.Path(), m_store.Path() + "/folder");
-    std::filesystem::create_symlink(secret, m_store.Path() + "/file");
-    EXPECT_EQ(Get("folder/secret"), "(null)");
-    EXPECT_EQ(Get("file"), "(null)");
-    EXPECT_EQ(vconf_set_str("folder/secret", "x"), -1);
-    EXPECT_EQ(vconf_unset("folder/secret"), -1);
-    EXPECT_EQ(vconf_set_str("file", "x"), 0);  // replaces the link, not what it points to
-    EXPECT_EQ(Get("file"), "x");
+    const std::string place = FileOf(m_store, "key");
+    const struct {
+        std::function<void()> make;
+        int read, written, removed;
+    } cases[] = {{[&] { mkfifo(place.c_str(), 0600); }, EINVAL, 0, 0},
+                 {[&] { fs::create_directory(place); }, EINVAL, EISDIR, EISDIR},
+                 {[&] { fs::create_symlink(secret, place); }, ELOOP, 0, 0}};
+    for (const auto& each : cases) {
+        each.make();
+        EXPECT_EQ(Error(Stored("key") != "(null)"), each.read);
+        EXPECT_EQ(Error(vconf_set_str("key", "") == 0), each.written);
+        EXPECT_EQ(Files(), (Sizes{{"key", 0}}));
+        fs::remove(place);
+        each.make();
+        EXPECT_EQ(Error(vconf_unset("key") == 0), each.removed);
+        fs::remove(place);
+    }
     EXPECT_EQ(ReadFile(secret), "secret");
+    setenv("VERANTI_STORE", "/dev", 1);
+    EXPECT_EQ(Error(Stored("null") != "(null)"), EINVAL);
 }
 
-TEST_F(StoreTest, TheRootItselfMayBeALink) {
-    const TemporaryFolder elsewhere;
-    const std::string link = elsewhere.Path() + "/link";
-    std::filesystem::create_directory_symlink(m_store.Path(), link);
-    setenv("VERANTI_STORE", link.c_str(), 1);
-    EXPECT_EQ(vconf_set_str("db/key", "x"), 0);
-    EXPECT_EQ(Get("db/key"), "x");
-    std::filesystem::create_symlink(link, m_store.Path() + "/inside");
-    EXPECT_EQ(Get("inside/db/key"), "(null)");
+const std::string kTexts[] = {std::string(1 << 14, 'a'), std::string(1 << 14, 'b')};
+
+/// Writes the texts in turn, so often, and reads between.
+void WriteAndRead(int times) {
+    for (int i = 0; i < times; ++i) {
+        EXPECT_EQ(vconf_set_str("key", kTexts[i % 2].c_str()), 0);
+        const std::string seen = Stored("key");
+        EXPECT_TRUE(seen == kTexts[0] || seen == kTexts[1]) << seen.size() << " bytes";
+    }
 }
 
-TEST_F(StoreTest, IsNotStalledOrFooledByWhatIsNoFile) {
-    ASSERT_EQ(mkfifo((m_store.Path() + "/pipe").c_str(), 0600), 0);
-    std::filesystem::create_directory(m_store.Path() + "/folder");
-    EXPECT_EQ(Get("pipe"), "(null)");
-    EXPECT_EQ(Get("folder"), "(null)");
-    EXPECT_EQ(vconf_set_str("folder", "x"), -1);
-    EXPECT_EQ(errno, EISDIR);
-    const std::string file = m_store.Write("file", "x");
-    EXPECT_EQ(Get("file/below"), "(null)");
-    setenv("VERANTI_STORE", file.c_str(), 1);  // a root that cannot be written
-    EXPECT_EQ(vconf_set_str("key", "x"), -1);
-    EXPECT_EQ(errno, ENOTDIR);
+TEST_F(StoreTest, WritersAndReadersOfOneKeyDoNotMeet) {
+    std::thread other(WriteAndRead, 500);
+    WriteAndRead(500);
+    other.join();
+    EXPECT_EQ(Files().size(), 1);
 }
 
-TEST_F(StoreTest, AReaderSeesWholeTextsAlsoWhenTheWriterIsKilled) {
-    const std::string texts[] = {std::string(1 << 18, 'a'), std::string(1 << 18, 'b')};
-    ASSERT_EQ(vconf_set_str("key", texts[0].c_str()), 0);
-    const auto expectWhole = [&texts] {
-        std::string seen = Get("key");
-        EXPECT_TRUE(seen == texts[0] || seen == texts[1]) << seen.size();
-        return seen;
-    };
+TEST_F(StoreTest, AWriterThatIsStoppedOrKilledHarmsNobody) {
+    m_store.Write("other#abcdef", "");
+    WriteAndRead(2);
+    const Sizes settled = Files();
     for (int round = 0; round < 5; ++round) {
         const pid_t writer = fork();
         ASSERT_GE(writer, 0);
         if (writer == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
-            for (int i = round;; ++i) {
-                vconf_set_str("key", texts[i % 2].c_str());
-            }
+            WriteAndRead(INT_MAX);
         }
-        for (int changes = 0; changes < 3; ++changes) {  // the writer writes
-            const std::string before = expectWhole();
-            while (expectWhole() == before && !HasFailure()) {
-            }
-        }
+        const auto end = std::chrono::steady_clock::now() + kHang;
+        Sizes files;
+        do {
+            EXPECT_LT(std::chrono::steady_clock::now(), end) << "waited for a half-written file";
+            kill(writer, SIGCONT);
+            WriteAndRead(1);
+            kill(writer, SIGSTOP);
+            waitpid(writer, nullptr, WUNTRACED);
+            files = Files();
+        } while (!HasFailure() && (files.size() != 3 || std::next(files.begin())->second == 0));
+        WriteAndRead(1);
+        EXPECT_EQ(Files(), files);
         kill(writer, SIGKILL);
         waitpid(writer, nullptr, 0);
-        expectWhole();
+        WriteAndRead(1);
+        EXPECT_EQ(Files(), settled);
     }
 }
 
