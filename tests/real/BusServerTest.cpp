@@ -1,50 +1,105 @@
 // The bus server toolkit on a real bus: what it answers callers that do not know it, how it calls
-// servers that do not, and what it does when a peer or the bus dies.
+// servers that do not, and what it does when a peer or the bus dies. What a call gives is compared
+// as a text: its result, and the log's lines.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
+#include <chrono>
 #include <climits>
-#include <csignal>
-#include <iterator>
+#include <future>
 #include <numeric>
-#include <sstream>
+#include <thread>
 
 #include "BusPeer.h"
-#include "Cases.h"
 #include "Doubles.h"
+#include "Limit.h"
+#include "Main.h"
 #include "TermsAPIInternal.h"
+#include "TermsDbusUtil.h"
+
+/// The function that this program's own one stands in front of.
+template <typename Function>
+static Function* Real(Function* /*own*/, const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+static bool g_closedUnseen = false;
+
+#pragma GCC visibility push(default)
+
+/// Fails for an object that is not registered, of which GDBus makes nothing.
+gboolean g_dbus_connection_unregister_object(GDBusConnection* connection, unsigned id) {
+    EXPECT_TRUE(Real(&g_dbus_connection_unregister_object, __func__)(connection, id)) << id;
+    return TRUE;
+}
+
+/// Has a connection close just after it was looked at.
+gboolean g_dbus_connection_is_closed(GDBusConnection* connection) {
+    return g_closedUnseen ? FALSE : Real(&g_dbus_connection_is_closed, __func__)(connection);
+}
+
+#pragma GCC visibility pop
 
 namespace {
 
 constexpr char kHandle[] = "handle";
 constexpr char kName[] = "com.example.One";
 constexpr char kOther[] = "com.example.Other";
-const std::string kCreated =
-    "log system TermsAPI.cpp CreateTermsDbusServer: CreateTermsDbusServer ";
 
-/// Runs the main loop while a thread works.
-template <typename Work>
-auto WhileServing(Work work) {
-    GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
-    auto result = std::async(std::launch::async, [&] {
-        auto value = work();
-        g_idle_add([](void* data) { return g_main_loop_quit(static_cast<GMainLoop*>(data)), 0; },
-                   loop);
-        return value;
-    });
-    g_main_loop_run(loop);
-    g_main_loop_unref(loop);
-    return result.get();
+// Lines that the log has in more than one case.
+const std::string kMessageCame = R"(bus TermsDbusServer.cpp m_ObjectCallback: get message
+bus TermsDbusUtil.cpp MakeParamsToMsgInput: methodName: SendMessage
+bus TermsDbusUtil.cpp MakeParamsToMessage: (suss)
+)";
+const std::string kCalledBack =
+    "bus TermsDbusServer.cpp m_ObjectCallback: start to callback func\n";
+const std::string kAnswered = "bus TermsDbusServer.cpp m_ObjectCallback: dbus return response\n";
+const std::string kCalled =
+    "bus TermsDbusServer.cpp SendDbusSyncMessage: from[me] to [com.example.Other] [hello]\n";
+const std::string kReplied =
+    R"(bus TermsDbusServer.cpp SendDbusSyncMessage: g_dbus_connection_call_sync Success
+trace TermsAPI.cpp SendTermsDbusSyncMessage: SendTermsDbusSyncMessage result: [1]
+)";
+const std::string kNotReplied =
+    R"(bus-error TermsDbusServer.cpp SendDbusSyncMessage: Fail of g_dbus_connection_call_sync
+trace TermsAPI.cpp SendTermsDbusSyncMessage: SendTermsDbusSyncMessage result: [0]
+)";
+
+std::string Replace(const std::string& text, const char* pattern, const char* word) {
+    g_autoptr(GRegex) regex = g_regex_new(pattern, GRegexCompileFlags{}, {}, nullptr);
+    g_autofree char* replaced =
+        g_regex_replace_literal(regex, text.c_str(), -1, 0, word, {}, nullptr);
+    return replaced;
 }
 
-/// A record that is received into.
-struct Received : TermsDbusMessage {
-    Received() : TermsDbusMessage() {}
-    ~Received() { ReleaseTermsDbusMessage(this); }
-    Received(const Received&) = delete;
-    Received& operator=(const Received&) = delete;
-};
+/// The log's lines since the last call, with words for addresses and ids.
+std::string TakeLogs() {
+    std::string lines;
+    for (const std::string& line : std::exchange(ThePlatform().journal, {})) {
+        lines += line + '\n';
+    }
+    return Replace(Replace(lines, "0x[0-9a-f]+", "ADDRESS"), " : [1-9][0-9]*\n", " : ID\n");
+}
+
+std::string Of(int result) {
+    return std::to_string(result) + '\n' + TakeLogs();
+}
+
+void Serve() {
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+    }
+}
+
+/// Serves while a thread works.
+template <typename Work>
+auto ServeDuring(Work work) {
+    auto result = std::async(std::launch::async, work);
+    while (result.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+        Serve();
+    }
+    return result.get();
+}
 
 TermsDbusMessage Message(const char* text, std::uint8_t* bytes = nullptr, std::size_t size = 0) {
     static char from[] = "me";
@@ -62,21 +117,22 @@ int Echo(const char* method, TermsDbusMessage* request, TermsDbusMessage* reply,
     InitiateTermsDbusMessage(reply, DuplicateTermsDbusText(request->from), request->code + 1,
                              DuplicateTermsDbusText(method),
                              DuplicateTermsDbusText(request->message), bytes, request->buffer_size);
-    return 1;
+    return -1;  // all but 0 is success
 }
 
 /// Fills the reply, and has it thrown away.
 int Refuse(const char* method, TermsDbusMessage* request, TermsDbusMessage* reply, void* data) {
-    return Echo(method, request, reply, data) - 1;
+    return Echo(method, request, reply, data) + 1;
 }
 
-int Leave(const char* /*method*/, TermsDbusMessage* /*request*/, TermsDbusMessage* /*reply*/,
-          void* /*data*/) {
-    return -1;
+void Count(void* counter) {
+    ++*static_cast<int*>(counter);
 }
 
-void* Function(TermsDbusMessageCallback callback) {
-    return reinterpret_cast<void*>(callback);
+template <typename Callback>
+void Register(TermsDbusCallbackType type, Callback* callback, void* data = nullptr) {
+    RegisterTermsDbusCallback(kHandle, type, reinterpret_cast<void*>(callback), data);
+    TakeLogs();
 }
 
 class BusServerTest : public testing::Test {
@@ -84,44 +140,33 @@ class BusServerTest : public testing::Test {
     BusServerTest() {
         ThePlatform().Reset();
         InitiateTermsDbusServer(kHandle);
-        for (const auto type : {TERMS_DBUS_CALLBACK_NAME_LOST, TERMS_DBUS_CALLBACK_NAME_ACQUIRED}) {
-            const TermsDbusNameCallback count = [](void* counter) {
-                ++*static_cast<int*>(counter);
-            };
-            RegisterTermsDbusCallback(
-                kHandle, type, reinterpret_cast<void*>(count),
-                type == TERMS_DBUS_CALLBACK_NAME_LOST ? &m_lost : &m_acquired);
-        }
+        Register(TERMS_DBUS_CALLBACK_NAME_ACQUIRED, &Count, &m_acquired);
+        Register(TERMS_DBUS_CALLBACK_NAME_LOST, &Count, &m_lost);
     }
     ~BusServerTest() override {
         if (g_DbusServer != nullptr) {
             CloseTermsDbusServer(kHandle);
         }
-        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
-        }
+        Serve();
     }
 
     /// Serves with Echo().
-    void Create() const {
-        RegisterTermsDbusCallback(kHandle, TERMS_DBUS_CALLBACK_MESSAGE, Function(&Echo), nullptr);
+    void Create() {
+        Register(TERMS_DBUS_CALLBACK_MESSAGE, &Echo);
         ASSERT_EQ(CreateTermsDbusServer(kName), 1);
-        WaitFor(m_acquired, 1);
+        WaitFor(m_acquired, "the name");
+        TakeLogs();
     }
-    static void WaitFor(const int& counter, int value) {
-        while (counter < value) {
-            g_main_context_iteration(nullptr, TRUE);
+    /// Serves until a callback is called.
+    static void WaitFor(int& calls, const std::string& what) {
+        const auto limit = std::chrono::steady_clock::now() + kHang;
+        while (std::exchange(calls, 0) == 0) {
+            if (std::chrono::steady_clock::now() > limit) {
+                throw std::runtime_error("Waited in vain for " + what + ". The log: " + TakeLogs());
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            Serve();
         }
-    }
-    /// The journal's log lines since the last call, without the addresses and ids behind " : ".
-    static Lines TakeLogs() {
-        Lines logs;
-        for (const std::string& line : ThePlatform().journal) {
-            const std::size_t colon = line.find(" : ");
-            const bool number = colon != std::string::npos && std::isdigit(line[colon + 3]) != 0;
-            logs.push_back(line.substr(4, number ? colon - 4 : std::string::npos));
-        }
-        ThePlatform().journal.clear();
-        return logs;
     }
 
     PrivateBus m_bus;
@@ -129,255 +174,328 @@ class BusServerTest : public testing::Test {
     int m_lost = 0;
 };
 
-TEST_F(BusServerTest, CallersThatKnowNothingOfItAreAnswered) {
-    const std::map<std::string, TermsDbusMessageCallback> callbacks = {
-        {"echo", &Echo}, {"refuse", &Refuse}, {"leave", &Leave}, {"nobody", nullptr}};
+TEST_F(BusServerTest, ProgramsThatDoNotKnowItAreAnswered) {
+    const auto output = [](const std::string& line) {
+        const Outcome run = ServeDuring([&line] { return RunProgram(Words(line)); });
+        return run.output + run.errors + TakeLogs();
+    };
+    const std::string gdbus =
+        "gdbus call --system -d com.example.One -o /com/example/One -m "
+        "com.example.One.SendMessage ";
     Create();
-    for (const Json::Value& each : ReadCases("foreign-callers")) {
-        SCOPED_TRACE(each[1].asString());
-        RegisterTermsDbusCallback(kName, TERMS_DBUS_CALLBACK_MESSAGE,
-                                  Function(callbacks.at(each[0].asString())), nullptr);
-        std::string line = each[1].asString();
-        line.replace(line.find("ADDRESS"), 7, m_bus.Address());
-        std::istringstream words(line);
-        const Arguments command{std::istream_iterator<std::string>(words), {}};
-        TakeLogs();
-        const Outcome run = WhileServing([&] { return RunProgram(command); });
-        EXPECT_EQ(run.output + run.errors, each[2].asString());
-        EXPECT_EQ(TakeLogs(), ToTexts(each[3]));
-    }
+    EXPECT_EQ(output(gdbus + "약관 3 t hello"),
+              "('약관', uint32 4, 'SendMessage', 'hello', [(byte 0x00,)])\n" + kMessageCame +
+                  kCalledBack + kAnswered);
+    EXPECT_EQ(output("busctl call com.example.One /com/example/One com.example.One "
+                     "SendMessageWithBuffer sussa(y) me 3 t hello 3 1 0 255"),
+              R"(sussa(y) "me" 4 "SendMessageWithBuffer" "hello" 3 1 0 255
+bus TermsDbusServer.cpp m_ObjectCallback: get message
+bus TermsDbusUtil.cpp MakeParamsToMsgInput: methodName: SendMessageWithBuffer
+bus TermsDbusUtil.cpp MakeParamsToMessage: (sussa(y))
+bus TermsDbusUtil.cpp MakeParamsToMessage: get data of (sussa(y))
+)" + kCalledBack + kAnswered);
+    Register(TERMS_DBUS_CALLBACK_MESSAGE, &Refuse);
+    EXPECT_EQ(
+        output(gdbus + "me 3 t hello"),
+        R"(('', uint32 0, '', '{"dbus_result":"fail","errmsg":"error handling"}', [(byte 0x00,)])
+)" + kMessageCame +
+            kCalledBack);
+    Register(TERMS_DBUS_CALLBACK_MESSAGE, static_cast<TermsDbusMessageCallback>(nullptr));
+    EXPECT_EQ(output(gdbus + "me 3 t hello"),
+              "('', uint32 0, '', '', [(byte 0x00,)])\n" + kMessageCame + kAnswered);
+
+    const std::string interface = Replace(
+        output("gdbus introspect --system -d com.example.One -o /com/example/One"), "\\s+", " ");
+    EXPECT_NE(interface.find("interface com.example.One { methods: "
+                             "SendMessage(in s from, in u code, in s type, in s message, "
+                             "out s from, out u code, out s type, out s message, out a* buffer); "
+                             "SendMessageWithBuffer("
+                             "in s from, in u code, in s type, in s message, in a* buffer, "
+                             "out s from, out u code, out s type, out s message, out a* buffer); "
+                             "signals: properties: }; };"),
+              std::string::npos)
+        << interface;
 }
 
 TEST_F(BusServerTest, EachStepOfCreationIsLoggedUpToTheOneThatFails) {
-    for (const Json::Value& each : ReadCases("creations")) {
-        const char* name = each[0].asCString();
-        SCOPED_TRACE(name);
-        const char* address = each[1].isNull() ? m_bus.Address().c_str() : each[1].asCString();
-        setenv("DBUS_SYSTEM_BUS_ADDRESS", address, 1);
-        TakeLogs();
-        CreateTermsDbusServer(name);
-        EXPECT_EQ(TakeLogs(), ToTexts(each[2]));
+    const auto creation = [](const std::string& name) {
+        const int created = CreateTermsDbusServer(name.c_str());
         EXPECT_EQ(g_DbusServer->getDbusServiceName(), name);
+        return Of(created);
+    };
+    EXPECT_EQ(creation(""), R"(0
+bus-error TermsDbusServer.cpp CreateDbusServer: get serviceName is empty
+system TermsAPI.cpp CreateTermsDbusServer: CreateTermsDbusServer Fail
+)");
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/dev/null/none", 1);
+    EXPECT_EQ(creation("com.example.NoBus"), R"(0
+bus TermsDbusServer.cpp CreateDbusServer: get dbus name: com.example.NoBus
+bus TermsDbusServer.cpp CreateDbusServer: get dbus connection fail!
+bus-error TermsDbusServer.cpp CreateDbusServer: (Could not connect: Not a directory 4)
+system TermsAPI.cpp CreateTermsDbusServer: CreateTermsDbusServer Fail
+)");
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.Address().c_str(), 1);
+    EXPECT_EQ(creation(kName), R"(1
+bus TermsDbusServer.cpp CreateDbusServer: get dbus name: com.example.One
+bus TermsDbusServer.cpp CreateDbusServer: Get dbus connection success : ADDRESS
+bus TermsDbusServer.cpp CreateDbusServer: RequestName(com.example.One) success : ID
+bus TermsDbusServer.cpp CreateDbusServer: Register Obj Path: /com/example/One
+bus TermsDbusServer.cpp CreateDbusServer: Get register id : ID
+system TermsAPI.cpp CreateTermsDbusServer: CreateTermsDbusServer Sucess
+)");
+    {
+        const ExpectedWarning warning("g_bus_own_name_on_connection");
+        EXPECT_EQ(creation("nodots"), R"(0
+bus TermsDbusServer.cpp CreateDbusServer: get dbus name: nodots
+bus TermsDbusServer.cpp CreateDbusServer: Get dbus connection success : ADDRESS
+bus-error TermsDbusServer.cpp CreateDbusServer: Request bus name fail!
+system TermsAPI.cpp CreateTermsDbusServer: CreateTermsDbusServer Fail
+)");
     }
-    EXPECT_TRUE(g_DbusServer->CloseDbusServer());
-    EXPECT_TRUE(g_DbusServer->CloseDbusServer());
-    EXPECT_EQ(g_DbusServer->getDbusServiceName(), kName);
+    const ExpectedWarning warning("g_variant_is_object_path");
+    EXPECT_EQ(creation("com.example.a-b"), R"(0
+bus TermsDbusServer.cpp CreateDbusServer: get dbus name: com.example.a-b
+bus TermsDbusServer.cpp CreateDbusServer: Get dbus connection success : ADDRESS
+bus TermsDbusServer.cpp CreateDbusServer: RequestName(com.example.a-b) success : ID
+bus TermsDbusServer.cpp CreateDbusServer: Register Obj Path: /com/example/a-b
+bus TermsDbusServer.cpp CreateDbusServer: Get register id : 0
+bus-error TermsDbusServer.cpp CreateDbusServer: Register Obj Path Fail!
+system TermsAPI.cpp CreateTermsDbusServer: CreateTermsDbusServer Fail
+)");
+    EXPECT_EQ(CreateTermsDbusServer(("com." + std::string(251, 'x')).c_str()), 1);  // the longest
 }
 
 TEST_F(BusServerTest, NothingIsLeftOfAServerThatIsClosed) {
     Create();
-    const Handle<GDBusConnection> shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
-    const std::string owner = g_dbus_connection_get_unique_name(shared.get());
+    EXPECT_EQ(Of(g_DbusServer->CloseDbusServer()), "1\n");
+    EXPECT_EQ(Of(g_DbusServer->CloseDbusServer()), "1\n");
+    EXPECT_EQ(g_DbusServer->getDbusServiceName(), kName);
+    Create();
     TermsDbusServer* const server = g_DbusServer;
     m_ReleaseTermsDbusServerInstance(new TermsDbusServer("another"));
     EXPECT_EQ(g_DbusServer, nullptr);  // whichever server was given
     g_DbusServer = server;
     CloseTermsDbusServer(kName);
-    const Outcome run = WhileServing([&] {
-        return RunProgram({"busctl", "--address=" + m_bus.Address(), "call", owner,
-                           "/com/example/One", kName, "SendMessage", "suss", "", "0", "", ""});
-    });
-    EXPECT_EQ(run.errors, "Call failed: Object does not exist at path “/com/example/One”\n");
+    const Handle<GDBusConnection> shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    g_autoptr(GError) error = nullptr;
+    g_dbus_connection_call_sync(shared.get(), g_dbus_connection_get_unique_name(shared.get()),
+                                "/com/example/One", kName, "SendMessage", nullptr, nullptr,
+                                G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error);
+    EXPECT_STREQ(error->message,
+                 "GDBus.Error:org.freedesktop.DBus.Error.UnknownMethod: "
+                 "Object does not exist at path “/com/example/One”");
 }
 
 TEST_F(BusServerTest, WhatCannotBeDecodedIsNotAnswered) {
-    GVariant* arguments = g_variant_ref_sink(g_variant_new("(suss)", "", 0U, "", ""));
+    g_autoptr(GVariant) arguments = g_variant_ref_sink(g_variant_new("(suss)", "", 0U, "", ""));
     const auto call = [](const char* method, GVariant* parameters, void* server) {
-        TakeLogs();
         TermsDbusServer::m_ObjectCallback(nullptr, nullptr, nullptr, nullptr, method, parameters,
                                           nullptr, server);
         return TakeLogs();
     };
-    const std::string server = " TermsDbusServer.cpp m_ObjectCallback: ";
-    EXPECT_EQ(call("SendMessageX", arguments, g_DbusServer),
-              (Lines{"bus" + server + "get message",
-                     "bus-error TermsDbusUtil.cpp MakeParamsToMsgInput: error method name : "
-                     "SendMessageX",
-                     "bus-error" + server + "Error, MakeParamsToMsgInput fail "}));
-    for (const bool withServer : {true, false}) {
-        const std::string line = call("SendMessage", withServer ? nullptr : arguments,
-                                      withServer ? g_DbusServer : nullptr)
-                                     .back();
-        EXPECT_EQ(line.substr(0, line.find('[')), "bus-error" + server + "ERROR, parameters ");
-        EXPECT_NE(line.find(withServer ? "[(nil)] or dbusServer [0x"
-                                       : "] or dbusServer [(nil)] is "
-                                         "NULL!"),
-                  std::string::npos);
-    }
-    g_variant_unref(arguments);
-}
-
-/// Answers with a value in GVariant's own text, with an error, or by dying with the call in hand.
-BusPeer::Script Says(const std::string& reply) {
-    return [reply](GDBusMethodInvocation* invocation, GVariant*) {
-        if (reply == "error") {
-            g_dbus_method_invocation_return_dbus_error(invocation, "com.example.Bad", "no");
-        } else if (reply == "death") {
-            g_dbus_connection_close_sync(g_dbus_method_invocation_get_connection(invocation),
-                                         nullptr, nullptr);
-            g_object_unref(invocation);
-        } else {
-            BusPeer::Reply(invocation, g_variant_new_parsed(reply.c_str()));
-        }
-    };
+    EXPECT_EQ(
+        call("SendMessageX", arguments, g_DbusServer),
+        "bus TermsDbusServer.cpp m_ObjectCallback: get message\n"
+        "bus-error TermsDbusUtil.cpp MakeParamsToMsgInput: error method name : SendMessageX\n"
+        "bus-error TermsDbusServer.cpp m_ObjectCallback: Error, MakeParamsToMsgInput fail \n");
+    const std::string refused = R"(bus TermsDbusServer.cpp m_ObjectCallback: get message
+bus-error TermsDbusServer.cpp m_ObjectCallback: ERROR, parameters )";
+    EXPECT_EQ(call("SendMessage", nullptr, g_DbusServer),
+              refused + "[(nil)] or dbusServer [ADDRESS] is NULL!\n");
+    EXPECT_EQ(call("SendMessage", arguments, nullptr),
+              refused + "[ADDRESS] or dbusServer [(nil)] is NULL!\n");
 }
 
 TEST_F(BusServerTest, ItCallsServersThatAreNotItsOwn) {
-    Create();
-    for (const Json::Value& each : ReadCases("foreign-servers")) {
-        const BusPeer peer(kOther, Says(each[0].asString()));
+    const auto answer = [](const BusPeer::Script& script, int limit = -1) {
+        const BusPeer peer(kOther, script);
         TermsDbusMessage request = Message("hello");
-        Received reply;
-        TakeLogs();
-        SendTermsDbusSyncMessage(kName, each[4].asCString(), &request, &reply, -1);
-        EXPECT_EQ(TakeLogs(), ToTexts(each[3]));
-        EXPECT_STREQ(reply.message, TextOrNull(each[1]));
-        EXPECT_EQ(reply.buffer_size, each[2].asUInt());
-    }
+        TermsDbusUtil::OwnedMessage reply;
+        SendTermsDbusSyncMessage(kName, kOther, &request, &reply, limit);
+        return (reply.message != nullptr ? reply.message : "nothing") +
+               (", " + std::to_string(reply.buffer_size)) + " bytes\n" + TakeLogs();
+    };
+    Create();
+    EXPECT_EQ(answer(BusPeer::Says("('you', uint32 9, 't', 'plain')")),
+              "plain, 0 bytes\n" + kCalled + "bus TermsDbusUtil.cpp MakeParamsToMessage: (suss)\n" +
+                  kReplied);
+    EXPECT_EQ(answer(BusPeer::Says("('you', uint32 9, 't', 'more', [(byte 1,), (2,)])")),
+              "more, 2 bytes\n" + kCalled + R"(bus TermsDbusUtil.cpp MakeParamsToMessage: (sussa(y))
+bus TermsDbusUtil.cpp MakeParamsToMessage: get data of (sussa(y))
+)" + kReplied);
+    EXPECT_EQ(answer(BusPeer::Says("(1, 2)")),
+              "nothing, 0 bytes\n" + kCalled + "bus TermsDbusUtil.cpp MakeParamsToMessage: (ii)\n" +
+                  kReplied);
+    const std::string failed = "nothing, 0 bytes\n" + kCalled +
+                               "bus-error TermsDbusServer.cpp SendDbusSyncMessage: "
+                               "Fail to invoking sync message call(";
+    EXPECT_EQ(answer(&BusPeer::Call::Refuse),
+              failed + "GDBus.Error:com.example.Bad: {} 36)\n" + kNotReplied);
+    EXPECT_EQ(answer(&BusPeer::Call::Leave), failed +
+                                                 "GDBus.Error:org.freedesktop.DBus.Error.NoReply: "
+                                                 "Message recipient disconnected from message "
+                                                 "bus without replying 4)\n" +
+                                                 kNotReplied);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(answer([](const BusPeer::Call&) {}, 20),
+              failed + "Timeout was reached 24)\n" + kNotReplied);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(25));  // GDBus's own
+    TermsDbusMessage empty{};
+    TermsDbusUtil::OwnedMessage reply;
+    const ExpectedWarning warning("g_dbus_is_name");
+    EXPECT_EQ(
+        Of(SendTermsDbusSyncMessage(kName, "no name", &empty, &reply, -1)),
+        "0\nbus TermsDbusServer.cpp SendDbusSyncMessage: from[] to [no name] []\n" + kNotReplied);
 }
 
 /// Sends bytes to a mirror and compares what comes back.
-void ExpectMirrored(std::vector<std::uint8_t> bytes) {
-    const BusPeer mirror(kOther, [](GDBusMethodInvocation* invocation, GVariant* arguments) {
-        BusPeer::Reply(invocation, arguments);
-    });
-    TermsDbusMessage request = Message("m", bytes.data(), bytes.size());
-    Received reply;
-    EXPECT_EQ(SendTermsDbusSyncMessage(kHandle, kOther, &request, &reply, INT_MAX), 1);
-    if (bytes == std::vector<std::uint8_t>{0}) {  // stands for nothing
-        bytes.clear();
-    }
-    EXPECT_EQ(std::vector<std::uint8_t>(reply.buffer, reply.buffer + reply.buffer_size), bytes);
-}
-
-std::vector<std::uint8_t> Bytes(std::size_t size) {
+void ExpectMirrored(std::size_t size) {
+    const BusPeer mirror(kOther, [](const BusPeer::Call& call) { call.Reply(call.Body()); });
     std::vector<std::uint8_t> bytes(size);
     std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
-    return bytes;
+    TermsDbusMessage request = Message("m", bytes.data(), size);
+    TermsDbusUtil::OwnedMessage reply;
+    NoteWait("a mirror of " + std::to_string(size) + " bytes");
+    EXPECT_EQ(SendTermsDbusSyncMessage(kHandle, kOther, &request, &reply, INT_MAX), 1);
+    bytes.resize(size > 1 ? size : 0);  // a single 0 stands for nothing
+    EXPECT_EQ(std::vector<std::uint8_t>(reply.buffer, reply.buffer + reply.buffer_size), bytes);
 }
 
 TEST_F(BusServerTest, PayloadsGoBothWays) {
     Create();
-    for (const std::vector<std::uint8_t>& bytes : {Bytes(0), Bytes(1), {1}, Bytes(65536)}) {
-        ExpectMirrored(bytes);
+    for (const std::size_t size : {0U, 1U, 65536U}) {
+        ExpectMirrored(size);
     }
 }
 
 TEST_F(BusServerTest, TheLargestPayloadGoesBothWays) {
     Create();
-    ExpectMirrored(Bytes(4000000));  // eight times as many on the bus, which ends at 32 MiB
+    ExpectMirrored(4000000);  // eight times as many on the bus, which ends at 32 MiB
 }
 
 TEST_F(BusServerTest, SignalsReachEverybodyWhoListens) {
     Create();
+    BusPeer listener(kName);
     std::uint8_t bytes[] = {0, 5};
     const std::pair<TermsDbusMessage, std::string> cases[] = {
         {Message("hello"), "('me', uint32 3, 't', 'hello')"},
         {Message("m", bytes, 2), "('me', uint32 3, 't', 'm', [(byte 0x00,), (0x05,)])"}};
     for (auto [message, body] : cases) {
-        BusPeer listener(kName);
-        TakeLogs();
-        EXPECT_EQ(SendTermsDbusSignal(kName, "Changed", &message), 1);
-        EXPECT_EQ(listener.FirstSignal(), "/com/example/One com.example.One Changed " + body);
-        EXPECT_EQ(TakeLogs(),
-                  (Lines{"bus TermsDbusServer.cpp SendDbusSignal: Send Signal [Changed] : "
-                         "[success].",
-                         "trace TermsAPI.cpp SendTermsDbusSignal: SendTermsDbusSignal result: "
-                         "[1]"}));
+        EXPECT_EQ(Of(SendTermsDbusSignal(kName, "Changed", &message)), R"(1
+bus TermsDbusServer.cpp SendDbusSignal: Send Signal [Changed] : [success].
+trace TermsAPI.cpp SendTermsDbusSignal: SendTermsDbusSignal result: [1]
+)");
+        EXPECT_EQ(listener.Next(), "/com/example/One com.example.One Changed " + body);
     }
     TermsDbusMessage message = Message("m");
-    EXPECT_EQ(SendTermsDbusSignal(kName, "no name", &message), 0);
-    EXPECT_EQ(TakeLogs().front(),
-              "bus TermsDbusServer.cpp SendDbusSignal: Send Signal [no name] "
-              ": [fail].");
-}
-
-Lines NameLogs(const std::string& function) {
-    const std::string server = "bus TermsDbusServer.cpp " + function + ": ";
-    return {server, server + "start to callback func"};
+    const ExpectedWarning warning("g_dbus_is_member_name");
+    EXPECT_EQ(Of(SendTermsDbusSignal(kName, "no name", &message)), R"(0
+bus TermsDbusServer.cpp SendDbusSignal: Send Signal [no name] : [fail].
+trace TermsAPI.cpp SendTermsDbusSignal: SendTermsDbusSignal result: [0]
+)");
 }
 
 TEST_F(BusServerTest, ANameMovesToASecondOwnerAndBack) {
     Create();
-    TakeLogs();
     {
-        Program second({COMMAND_PATH, "bus", "serve", kName});
-        WaitFor(m_lost, 1);
-        EXPECT_EQ(TakeLogs(), NameLogs("m_OnNameLost"));
-        EXPECT_EQ(second.ReadLine(), "Serving com.example.One.");
+        const BusPeer second(kName, &BusPeer::Call::Refuse);
+        WaitFor(m_lost, "the loss of the name");
+        EXPECT_EQ(TakeLogs(),
+                  "bus TermsDbusServer.cpp m_OnNameLost: \n"
+                  "bus TermsDbusServer.cpp m_OnNameLost: start to callback func\n");
     }
-    WaitFor(m_acquired, 2);
-    EXPECT_EQ(TakeLogs(), NameLogs("m_OnNameAcquired"));
+    WaitFor(m_acquired, "the name");
+    EXPECT_EQ(TakeLogs(),
+              "bus TermsDbusServer.cpp m_OnNameAcquired: \n"
+              "bus TermsDbusServer.cpp m_OnNameAcquired: start to callback func\n");
 }
 
 TEST_F(BusServerTest, ABusThatDiesFailsCallsAndANewOneServesAgain) {
     TermsDbusMessage message = Message("m");
-    Received reply;
-    const auto fails = [&] {
+    TermsDbusUtil::OwnedMessage reply;
+    const auto expectNotOpen = [&] {
         TakeLogs();
-        EXPECT_FALSE(g_DbusServer->SendDbusSignal("S", message));
-        EXPECT_FALSE(g_DbusServer->SendDbusSyncMessage(kName, message, reply, -1));
-        const std::string server = "bus-error TermsDbusServer.cpp ";
-        EXPECT_EQ(TakeLogs(), (Lines{server + "SendDbusSignal: dbus connection is not open",
-                                     server + "SendDbusSyncMessage: dbus connection is not open"}));
+        EXPECT_EQ(Of(g_DbusServer->SendDbusSignal("S", message)),
+                  "0\nbus-error TermsDbusServer.cpp SendDbusSignal: dbus connection is not open\n");
+        EXPECT_EQ(
+            Of(g_DbusServer->SendDbusSyncMessage(kName, message, reply, -1)),
+            "0\nbus-error TermsDbusServer.cpp SendDbusSyncMessage: dbus connection is not open\n");
     };
-    fails();  // never created
+    expectNotOpen();  // never created
     Create();
     m_bus.Stop();
-    WaitFor(m_lost, 1);
-    fails();
+    WaitFor(m_lost, "the loss of the bus");
+    expectNotOpen();
+    g_closedUnseen = true;
+    EXPECT_EQ(Of(g_DbusServer->SendDbusSignal("S", message)),
+              "0\nbus-error TermsDbusServer.cpp SendDbusSignal: "
+              "faile to  invoking emit signal(The connection is closed 18)\n"
+              "bus TermsDbusServer.cpp SendDbusSignal: Send Signal [S] : [fail].\n");
+    g_closedUnseen = false;
     const PrivateBus another;
-    m_acquired = 0;
     Create();  // closes what is left of the first
-    const Outcome run = WhileServing([] {
-        return RunProgram({COMMAND_PATH, "bus", "call", kName, "hello"});
-    });
-    EXPECT_EQ(run.output, "veranti (SendMessage, code 1): hello\n");
+    ServeDuring([&] { return SendTermsDbusSyncMessage(kHandle, kName, &message, &reply, -1); });
+    EXPECT_STREQ(reply.message, "m");
     g_DbusServer->CloseDbusServer();
-    fails();
+    expectNotOpen();
 }
 
 TEST_F(BusServerTest, TheServerIsFoundByItsTwoNamesOnly) {
     TermsDbusMessage message = Message("m");
-    Received reply;
-    const auto registers = [](int type) {
-        return [type](const char* name) {
-            RegisterTermsDbusCallback(name, static_cast<TermsDbusCallbackType>(type), nullptr,
-                                      nullptr);
-            return 0;
-        };
+    TermsDbusUtil::OwnedMessage reply;
+    const auto registers = [](const char* name, int type) {
+        RegisterTermsDbusCallback(name, static_cast<TermsDbusCallbackType>(type), nullptr, nullptr);
+        return 0;
     };
-    const auto signals = [](const char* signal, TermsDbusMessage* body) {
-        return [=](const char* name) { return SendTermsDbusSignal(name, signal, body); };
+    const auto nullName = [](const std::string& function) {
+        return "0\nsystem TermsAPI.cpp " + function +
+               ": ERROR! service or signal name, char string is NULL\n";
     };
-    const auto calls = [](const char* to, TermsDbusMessage* request, TermsDbusMessage* answer) {
-        return [=](const char* name) {
-            return SendTermsDbusSyncMessage(name, to, request, answer, 1);
-        };
-    };
-    const std::map<std::string, std::function<int(const char*)>> functions = {
-        {"Initiate", &InitiateTermsDbusServer},
-        {"Create", &CreateTermsDbusServer},
-        {"Close", &CloseTermsDbusServer},
-        {"Register 2", registers(2)},
-        {"Register 3", registers(3)},
-        {"Register -1", registers(-1)},
-        {"Signal", signals("S", &message)},
-        {"Signal null", signals(nullptr, &message)},
-        {"Signal nothing", signals("S", nullptr)},
-        {"Sync", calls(kOther, &message, &reply)},
-        {"Sync null", calls(nullptr, &message, &reply)},
-        {"Sync nothing", calls(kOther, nullptr, &reply)},
-        {"Sync into nothing", calls(kOther, &message, nullptr)},
-    };
+    const std::string unknown =
+        "0\nsystem TermsAPI.cpp m_GetTermsDbusServerInstance: "
+        "Failed to get TermsDbusServerInstance, serviceName: ";
     Create();
-    for (const Json::Value& each : ReadCases("bus-names")) {
-        SCOPED_TRACE(each[0].asString());
-        TakeLogs();
-        EXPECT_EQ(functions.at(each[0].asString())(TextOrNull(each[1])), each[2].asInt());
-        EXPECT_EQ(TakeLogs(), ToTexts(each[3]));
-    }
+    EXPECT_EQ(Of(registers(nullptr, 2)), nullName("RegisterTermsDbusCallback"));
+    EXPECT_EQ(Of(InitiateTermsDbusServer(nullptr)), nullName("InitiateTermsDbusServer"));
+    EXPECT_EQ(Of(CreateTermsDbusServer(nullptr)), nullName("CreateTermsDbusServer"));
+    EXPECT_EQ(Of(SendTermsDbusSignal(nullptr, "S", &message)), nullName("SendTermsDbusSignal"));
+    EXPECT_EQ(Of(SendTermsDbusSignal(kName, nullptr, &message)), nullName("SendTermsDbusSignal"));
+    EXPECT_EQ(Of(SendTermsDbusSyncMessage(nullptr, kOther, &message, &reply, 1)),
+              nullName("SendTermsDbusSyncMessage"));
+    EXPECT_EQ(Of(SendTermsDbusSyncMessage(kName, nullptr, &message, &reply, 1)),
+              nullName("SendTermsDbusSyncMessage"));
+    EXPECT_EQ(Of(CloseTermsDbusServer(nullptr)), nullName("CloseTermsDbusServer"));
+
+    EXPECT_EQ(Of(SendTermsDbusSignal(kName, "S", nullptr)), "0\n");
+    EXPECT_EQ(Of(SendTermsDbusSyncMessage(kName, kOther, nullptr, &reply, 1)), "0\n");
+    EXPECT_EQ(Of(SendTermsDbusSyncMessage(kName, kOther, &message, nullptr, 1)), "0\n");
+
+    EXPECT_EQ(Of(registers("x", 2)), unknown + R"(x
+system TermsAPI.cpp RegisterTermsDbusCallback: RegisterTermsDbusCallback fail !!! type [2]
+)");
+    EXPECT_EQ(Of(SendTermsDbusSignal("x", "S", &message)), unknown + "x\n");
+    EXPECT_EQ(Of(SendTermsDbusSyncMessage("", kOther, &message, &reply, 1)), unknown + '\n');
+    EXPECT_EQ(Of(CloseTermsDbusServer("x")), unknown + R"(x
+system TermsAPI.cpp CloseTermsDbusServer: CloseTermsDbusServer fail !!! service name [x]
+)");
+
+    EXPECT_EQ(Of(registers(kName, -1)), R"(0
+system TermsAPI.cpp RegisterTermsDbusCallback: RegisterTermsDbusCallback Finish, type [-1]
+)");
+    EXPECT_EQ(Of(CloseTermsDbusServer(kHandle)), R"(1
+system TermsAPI.cpp CloseTermsDbusServer: CloseTermsDbusServer Finish, service name [handle]
+trace TermsAPI.cpp m_ReleaseTermsDbusServerInstance: Delete TermsDbusServer instance
+bus TermsDbusServer.cpp ~TermsDbusServer: )"
+                                                 "\n");
     EXPECT_EQ(g_DbusServer, nullptr);
+    EXPECT_EQ(Of(SendTermsDbusSignal(kName, "S", &message)), unknown + kName + '\n');
+    EXPECT_EQ(Of(CreateTermsDbusServer(kName)), R"(0
+system TermsAPI.cpp CreateTermsDbusServer: CreateTermsDbusServer Fail
+)");
+    EXPECT_EQ(Of(InitiateTermsDbusServer("h")), R"(1
+system TermsAPI.cpp InitiateTermsDbusServer: Success to new TermsDbusServer, original Name: h
+)");
+    EXPECT_EQ(CloseTermsDbusServer("h"), 1);
 }
 
 TEST(BusRecordTest, RecordsAreReleasedOnce) {
@@ -388,69 +506,12 @@ TEST(BusRecordTest, RecordsAreReleasedOnce) {
     EXPECT_STREQ(record.message, "m");
     for (int i = 0; i < 2; ++i) {
         ReleaseTermsDbusMessage(&record);
-        EXPECT_EQ(record.from, nullptr);
-        EXPECT_EQ(record.type, nullptr);
-        EXPECT_EQ(record.message, nullptr);
-        EXPECT_EQ(record.buffer, nullptr);
-        EXPECT_EQ(record.code, 7U);
-        EXPECT_EQ(record.buffer_size, 3U);
+        EXPECT_FALSE(record.from || record.type || record.message || record.buffer);
+        EXPECT_EQ(record.code + record.buffer_size, 10U);  // as before
     }
     ReleaseTermsDbusMessage(nullptr);
     InitiateTermsDbusMessage(nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0);
     EXPECT_EQ(DuplicateTermsDbusText(nullptr), nullptr);
-}
-
-TEST(BusProgramsTest, ExamplesAndCommandsTalk) {
-    const PrivateBus bus;
-    const std::string examples = EXAMPLES_PATH;
-    Program server({examples + "/c-bus-server", kName});
-    EXPECT_EQ(server.ReadLine(), "com.example.One is ours");
-    Program listener({COMMAND_PATH, "bus", "listen", kName, "--count", "2", "--json"});
-    EXPECT_EQ(listener.ReadLine(), R"({"event":"listening"})");
-    const Outcome caller = RunProgram({examples + "/c-bus-caller", kOther, kName});
-    EXPECT_EQ(caller.output + caller.errors,
-              "com.example.One answers: hello\n"
-              "com.example.One answers: these bytes ff fe 01 00\n"
-              "com.example.One answers: tell them all\n");
-    EXPECT_EQ(server.ReadLine(), "SendMessage from caller: hello, 0 bytes");
-    EXPECT_EQ(server.ReadLine(), "SendMessageWithBuffer from caller: these bytes, 4 bytes");
-    EXPECT_EQ(server.ReadLine(), "SendMessage from caller: tell them all, 0 bytes");
-    EXPECT_EQ(listener.ReadLine(), R"({"buffer":null,"code":1,"from":"caller","message":"tell )"
-                                   R"(them all","signal":"Announcement","type":"announce"})");
-
-    // Bytes of another type are nothing that either end of the toolkit stumbles over.
-    const auto callWrongly = [&bus] {
-        return RunProgram({"busctl", "--address=" + bus.Address(), "call", kName,
-                           "/com/example/One", kName, "SendMessageWithBuffer", "sussay", "me", "3",
-                           "t", "m", "1", "7"})
-            .output;
-    };
-    EXPECT_EQ(callWrongly(),
-              "sussa(y) \"\" 0 \"\" \"{\\\"dbus_result\\\":\\\"fail\\\",\\\"errmsg\\\":"
-              "\\\"error handling\\\"}\" 1 0\n");
-    {
-        Program second({COMMAND_PATH, "bus", "serve", kName, "--json"});
-        EXPECT_EQ(second.ReadLine(), R"({"event":"acquired"})");
-        EXPECT_EQ(callWrongly(), "sussa(y) \"com.example.One\" 0 \"\" \"\" 1 0\n");
-    }
-    EXPECT_EQ(server.ReadLine(), "com.example.One is another's");
-    EXPECT_EQ(server.ReadLine(), "com.example.One is ours");
-
-    const TemporaryFolder folder;
-    const std::string file = folder.Write("bytes", "abc");
-    const Outcome call = RunCommand({"bus", "call", kName, "hi", "--buffer", file, "--code", "4"});
-    EXPECT_EQ(call.output + call.errors, "com.example.One (answer, code 5, 3 bytes): hi\n");
-    EXPECT_EQ(server.ReadLine(), "SendMessageWithBuffer from veranti: hi, 3 bytes");
-    const Outcome signal = RunCommand({"bus", "signal", kName, "Ping", "hello", "--buffer", file});
-    EXPECT_EQ(signal.output + signal.errors, "Sent Ping from com.example.One.\n");
-    EXPECT_EQ(server.ReadLine(), "com.example.One is another's");
-    EXPECT_EQ(server.ReadLine(), "com.example.One is ours");
-    EXPECT_EQ(listener.ReadLine(), R"({"buffer":"YWJj","code":0,"from":"veranti","message":)"
-                                   R"("hello","signal":"Ping","type":"text"})");
-    EXPECT_EQ(listener.ReadLine(), R"({"result":true})");
-    EXPECT_EQ(listener.Wait(), 0);
-    server.Signal(SIGTERM);
-    EXPECT_EQ(server.Wait(), 0);
 }
 
 }  // namespace

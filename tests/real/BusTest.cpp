@@ -5,10 +5,9 @@
 #include <pthread.h>
 
 #include <csignal>
-#include <future>
 
-#include "ScriptedService.h"
-#include "World.h"
+#include "BusPeer.h"
+#include "Main.h"
 
 namespace {
 
@@ -22,6 +21,7 @@ class BusTest : public testing::Test {
     bool Send(const char* name, bool synchronous = true, int timeLimit = -1) {
         m_request.m_JsonBody["text"] = "\xea\xb0\x80 \xff";
         m_request.m_Protocol = "protocol";
+        NoteWait("the end of an exchange");
         return m_client.CreateDBusProxy() &&
                m_client.SendMessage(name, &m_request, synchronous, &m_reply, timeLimit);
     }
@@ -33,21 +33,11 @@ class BusTest : public testing::Test {
 };
 
 TEST_F(BusTest, OnlyAReplyThatIsJsonCounts) {
-    using Script = ScriptedService::Script;
-    const auto says = ScriptedService::Says;
     const std::string large = "\"" + std::string(8 << 20, 'x') + "\"";
-    const Script error = [](sd_bus_message* call, const auto&, const auto&) {
-        sd_bus_reply_method_errorf(call, "com.example.Error", "no");
-    };
-    const Script number = [](sd_bus_message* call, const auto&, const auto&) {
-        sd_bus_reply_method_return(call, "i", 1);
-    };
-    const Script leaves = [](sd_bus_message* call, const auto&, const auto&) {
-        sd_bus_close(sd_bus_message_get_bus(call));
-    };
+    const auto says = BusPeer::SaysText;
     const struct {
         const char* what;
-        Script script;
+        BusPeer::Script script;
         bool sent;
     } cases[] = {
         {"an object", says(R"({"result":true})"), true},
@@ -59,12 +49,12 @@ TEST_F(BusTest, OnlyAReplyThatIsJsonCounts) {
         {"something behind it", says("{} {}"), false},
         {"a comment", says("{} // comment"), false},
         {"too many levels", says(std::string(2000, '[') + std::string(2000, ']')), false},
-        {"an error", error, false},
-        {"another type", number, false},
-        {"a service that goes away", leaves, false},
+        {"an error", &BusPeer::Call::Refuse, false},
+        {"another type", BusPeer::Says("(1,)"), false},
+        {"a service that goes away", &BusPeer::Call::Leave, false},
     };
     for (const auto& each : cases) {
-        const ScriptedService service(kName, each.script);
+        const BusPeer service(kName, each.script);
         m_reply.m_JsonBody = "untouched";
         EXPECT_EQ(Send(kName), each.sent) << each.what;
         EXPECT_EQ(m_reply.m_JsonBody != "untouched", each.sent) << each.what;
@@ -72,14 +62,14 @@ TEST_F(BusTest, OnlyAReplyThatIsJsonCounts) {
 }
 
 TEST_F(BusTest, CarriesProtocolAndBodyBothWays) {
-    std::promise<std::string> seen;
-    const ScriptedService service(
-        kName, [&seen](sd_bus_message* call, const auto& protocol, const auto& text) {
-            seen.set_value(protocol + text);
-            sd_bus_reply_method_return(call, "s", text.c_str());
-        });
+    BusPeer service(kName, [](const BusPeer::Call& call) {
+        g_autoptr(GVariant) text = g_variant_get_child_value(call.Body(), 1);
+        call.Reply(g_variant_new("(@s)", text));
+    });
     EXPECT_TRUE(Send(kName));
-    EXPECT_EQ(seen.get_future().get(), R"(protocol{"text":"\uac00 \ufffd"})");
+    EXPECT_EQ(service.Next(),
+              "/com/example/Service com.corvane.Message1 Exchange "
+              R"(('protocol', '{"text":"\\uac00 \\ufffd"}'))");
     EXPECT_EQ(m_reply.m_JsonBody["text"], "\xea\xb0\x80 \xef\xbf\xbd");
 }
 
@@ -96,13 +86,12 @@ TEST_F(BusTest, WithoutAServiceOrABusSendingFailsAtOnce) {
 }
 
 TEST_F(BusTest, ABusThatGoesAwayEndsTheWait) {
-    const ScriptedService service(
-        kName, [this](sd_bus_message*, const auto&, const auto&) { m_bus.Stop(); });
+    const BusPeer service(kName, [this](const BusPeer::Call&) { m_bus.Stop(); });
     EXPECT_FALSE(Send(kName));
 }
 
 TEST_F(BusTest, ATimeLimitEndsTheWait) {
-    const ScriptedService service(kName, [](sd_bus_message*, const auto&, const auto&) {});
+    const BusPeer service(kName, [](const BusPeer::Call&) {});
     EXPECT_FALSE(Send(kName, true, 0));
     EXPECT_FALSE(Send(kName, true, 20));
 }
@@ -112,9 +101,9 @@ TEST_F(BusTest, ASignalDoesNotEndTheWait) {
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
     const pthread_t caller = pthread_self();
-    const ScriptedService service(kName, [caller](sd_bus_message* call, const auto&, const auto&) {
+    const BusPeer service(kName, [caller](const BusPeer::Call& call) {
         pthread_kill(caller, SIGUSR1);
-        sd_bus_reply_method_return(call, "s", "{}");
+        BusPeer::SaysText("{}")(call);
     });
     for (int i = 0; i < 200; ++i) {
         ASSERT_TRUE(Send(kName)) << i;
@@ -122,12 +111,12 @@ TEST_F(BusTest, ASignalDoesNotEndTheWait) {
 }
 
 TEST_F(BusTest, AnAsynchronousMessageIsHandedOver) {
-    std::promise<bool> wantsReply;
-    const ScriptedService service(kName, [&](sd_bus_message* call, const auto&, const auto&) {
-        wantsReply.set_value(sd_bus_message_get_expect_reply(call) > 0);
+    BusPeer service(kName, [](const BusPeer::Call& call) {
+        EXPECT_NE(g_dbus_message_get_flags(call.message) & G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED,
+                  0);
     });
     EXPECT_TRUE(Send(kName, false));
-    EXPECT_FALSE(wantsReply.get_future().get());
+    service.Next();
 }
 
 }  // namespace

@@ -3,9 +3,9 @@
 #include <malloc.h>
 
 #include <atomic>
-#include <iostream>
 #include <thread>
 
+#include "Main.h"
 #include "VerantiAPI.h"
 #include "World.h"
 
@@ -14,6 +14,7 @@ namespace {
 class ClientTest : public testing::Test {
   protected:
     ClientTest() { setenv("VERANTI_LOG", "off", 1); }
+    ~ClientTest() override { unsetenv("VERANTI_LOG"); }
 
     PrivateBus m_bus;
     TemporaryStore m_store;
@@ -39,12 +40,11 @@ TEST_F(ClientTest, ThirtyTwoThreadsLeaveNothingBehind) {
         }
         return answered.load();
     };
+    NoteWait("the answers to all threads");
     ASSERT_EQ(run(2, 10), 20);  // what is made once is made here
     const std::size_t descriptors = OpenDescriptors();
     const std::size_t memory = mallinfo2().uordblks;
     EXPECT_EQ(run(32, 200), 6400);
-    std::cout << "open descriptors before: " << descriptors << ", after: " << OpenDescriptors()
-              << '\n';
     EXPECT_EQ(OpenDescriptors(), descriptors);
     // A leaked connection or message would be kilobytes for each of 12800 exchanges.
     EXPECT_LT(mallinfo2().uordblks, memory + (1 << 20));

@@ -1,40 +1,31 @@
 // Sessions in a terminal, word for word. A line "# simulator OPTION..." or "# no simulator" says
 // who serves from there on; a line "$ veranti ..." (or an example's name) is a command, the lines
 // behind it are all that it prints, standard error last, and "[1]" at their end is an exit status.
+// A line "> ..." is the next that the simulator prints.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <optional>
-#include <sstream>
 
 #include "World.h"
 
 namespace {
 
-Arguments Words(const std::string& line) {
-    g_auto(GStrv) words = nullptr;
-    if (g_shell_parse_argv(line.c_str(), nullptr, &words, nullptr) == FALSE) {
-        return {};
-    }
-    return {words, words + g_strv_length(words)};
-}
-
 /// The program that a command names.
 Arguments ProgramOf(const std::string& name) {
-    const std::string examples = EXAMPLES_PATH;
+    const std::string examples = std::string(EXAMPLES_PATH) + '/';
     if (name == "csharp-wizard") {
         return {"env", "LC_ALL=C.UTF-8", std::string("LD_LIBRARY_PATH=") + LIBRARY_PATH, "mono",
-                examples + "/csharp-wizard.exe"};
+                examples + name + ".exe"};
     }
-    return {name == "veranti" ? COMMAND_PATH : examples + '/' + name};
+    return {name == "veranti" ? COMMAND_PATH : name == "busctl" ? name : examples + name};
 }
 
 std::string Perform(const PrivateBus& bus, const std::string& command) {
     const Arguments words = Words(command);
-    Arguments arguments = ProgramOf(words.at(0));
-    arguments.insert(arguments.end(), words.begin() + 1, words.end());
-    const Outcome run = RunProgram(arguments);
+    const Outcome run =
+        RunProgram(ProgramOf(words.front()) + Arguments(words.begin() + 1, words.end()));
     std::string seen = run.output + run.errors;
     const std::size_t at = seen.find(bus.Address());
     if (at != std::string::npos) {
@@ -49,8 +40,9 @@ class TranscriptTest : public testing::TestWithParam<std::string> {
     void Serve(const std::string& line) {
         m_simulator.reset();
         if (line != "# no simulator") {
-            ASSERT_EQ(line.compare(0, 11, "# simulator"), 0) << line;
-            m_simulator.emplace(line.size() > 11 ? Words(line.substr(11)) : Arguments());
+            const Arguments words = Words(line.substr(2));
+            ASSERT_EQ(words.front(), "simulator") << line;
+            m_simulator.emplace(Arguments(words.begin() + 1, words.end()));
         }
     }
 
@@ -80,6 +72,9 @@ TEST_P(TranscriptTest, HappensAsWritten) {
         } else if (line.compare(0, 2, "# ") == 0) {
             perform();
             Serve(line);
+        } else if (line.compare(0, 2, "> ") == 0) {
+            perform();
+            EXPECT_EQ(m_simulator.value().ReadLine(), line.substr(2));
         } else {
             expected += line + '\n';
         }
@@ -88,15 +83,10 @@ TEST_P(TranscriptTest, HappensAsWritten) {
     EXPECT_GT(commands, 0);
 }
 
-std::vector<std::string> Transcripts() {
-    std::istringstream list(TRANSCRIPTS);
-    return {std::istream_iterator<std::string>(list), {}};
-}
-
-INSTANTIATE_TEST_SUITE_P(All, TranscriptTest, testing::ValuesIn(Transcripts()),
+INSTANTIATE_TEST_SUITE_P(Sessions, TranscriptTest, testing::ValuesIn(Words(TRANSCRIPTS)),
                          [](const auto& test) {
                              std::string name = test.param;
-                             name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
+                             std::replace(name.begin(), name.end(), '-', '_');
                              return name;
                          });
 

@@ -1,107 +1,129 @@
 #include "BusPeer.h"
 
-#include <algorithm>
+#include <mutex>
+#include <stdexcept>
+
+#include "Limit.h"
+#include "Main.h"
+#include "Wire.h"
 
 namespace {
 
-std::string Path(std::string name) {
-    std::replace(name.begin(), name.end(), '.', '/');
-    return '/' + name;
+std::mutex g_mutex;  // between the tests' thread and GDBus's
+const std::string kBus = "org.freedesktop.DBus";
+constexpr unsigned kAtOnce = 7;  // allow replacement, replace, do not queue
+constexpr auto kFlags = static_cast<GDBusConnectionFlags>(
+    G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+
+GDBusConnection* Connect() {
+    g_autoptr(GError) error = nullptr;
+    GDBusConnection* connection = g_dbus_connection_new_for_address_sync(
+        std::getenv("DBUS_SYSTEM_BUS_ADDRESS"), kFlags, nullptr, nullptr, &error);
+    return connection != nullptr ? connection : throw std::runtime_error(error->message);
 }
 
-std::string Interface(const std::string& name) {
-    const std::string arguments =
-        "<arg type='s' direction='in'/><arg type='u' direction='in'/>"
-        "<arg type='s' direction='in'/><arg type='s' direction='in'/>";
-    return "<node><interface name='" + name + "'><method name='SendMessage'>" + arguments +
-           "</method><method name='SendMessageWithBuffer'>" + arguments +
-           "<arg type='a(y)' direction='in'/></method></interface></node>";
+/// The path, interface and member of a call or a signal, each with a blank behind it.
+std::string Subject(GDBusMessage* message) {
+    return std::string(g_dbus_message_get_path(message)) + ' ' +
+           g_dbus_message_get_interface(message) + ' ' + g_dbus_message_get_member(message) + ' ';
 }
 
-/// Calls the bus itself, and so waits until it knows what was sent before.
-void CallBus(GDBusConnection* connection, const char* method, GVariant* arguments) {
-    g_autoptr(GVariant) answer = g_dbus_connection_call_sync(
-        connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
-        arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-    if (answer == nullptr) {
-        throw std::runtime_error(method);
-    }
+void Send(const BusPeer::Call& call, GDBusMessage* reply) {
+    const Handle<GDBusMessage> owned(reply);
+    g_dbus_connection_send_message(call.connection, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
+                                   nullptr);
 }
 
 }  // namespace
 
-BusPeer::BusPeer(const std::string& name, Script script) : m_script(std::move(script)) {
-    std::promise<void> ready;
-    m_thread = std::thread([this, name, &ready] { Run(name, ready); });
-    ready.get_future().wait();
+void BusPeer::Call::Reply(GVariant* body) const {
+    GDBusMessage* reply = g_dbus_message_new_method_reply(message);
+    g_dbus_message_set_body(reply, body);
+    Send(*this, reply);
 }
 
-BusPeer::BusPeer(const std::string& sender) : BusPeer(sender, nullptr) {}
+void BusPeer::Call::Refuse() const {
+    Send(*this, g_dbus_message_new_method_error_literal(message, "com.example.Bad", "{}"));
+}
+
+void BusPeer::Call::Leave() const {
+    g_dbus_connection_close(connection, nullptr, nullptr, nullptr);
+}
+
+BusPeer::BusPeer(const std::string& name, Script script)
+    : m_name(name), m_script(std::move(script)), m_connection(Connect()) {
+    namespace Wire = Corvane::Wire;
+    const std::string path = Wire::ObjectPath(name) + ' ';
+    m_calls = {path + Wire::kInterface + ' ' + Wire::kMethod + ' ' + Wire::kRequestTypes,
+               path + name + " SendMessage suss", path + name + " SendMessageWithBuffer sussa(y)"};
+    {
+        const std::lock_guard lock(g_mutex);
+        g_dbus_connection_add_filter(
+            m_connection.get(),
+            [](GDBusConnection*, GDBusMessage* message, gboolean incoming, void* peer) {
+                return incoming != FALSE && static_cast<BusPeer*>(peer)->Take(message)
+                           ? (g_object_unref(message), nullptr)
+                           : message;
+            },
+            this, nullptr);
+    }
+    if (m_script) {
+        CallBus("RequestName", g_variant_new("(su)", name.c_str(), kAtOnce));
+    } else {
+        const std::string rule = "type='signal',sender='" + name + '\'';
+        CallBus("AddMatch", g_variant_new("(s)", rule.c_str()));
+    }
+}
 
 BusPeer::~BusPeer() {
-    // A source of the peer's own, so that it ends also when its loop has yet to start.
-    GSource* source = g_idle_source_new();
-    g_source_set_callback(
-        source, [](void* loop) { return g_main_loop_quit(static_cast<GMainLoop*>(loop)), 0; },
-        m_loop, nullptr);
-    g_source_attach(source, m_context);
-    g_source_unref(source);
-    m_thread.join();
-    g_main_loop_unref(m_loop);
-    g_main_context_unref(m_context);
+    g_dbus_connection_close_sync(m_connection.get(), nullptr, nullptr);  // waits for the script
+    const std::lock_guard lock(g_mutex);
+    g_async_queue_unref(m_seen);
 }
 
-void BusPeer::Reply(GDBusMethodInvocation* invocation, GVariant* value) {
-    const Handle<GDBusMessage> reply(
-        g_dbus_message_new_method_reply(g_dbus_method_invocation_get_message(invocation)));
-    g_dbus_message_set_body(reply.get(), value);
-    g_dbus_connection_send_message(g_dbus_method_invocation_get_connection(invocation), reply.get(),
-                                   G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
-    g_object_unref(invocation);
+BusPeer::Script BusPeer::Says(const std::string& value) {
+    return [value](const Call& call) { call.Reply(g_variant_new_parsed(value.c_str())); };
 }
 
-void BusPeer::Run(const std::string& name, std::promise<void>& ready) {
-    g_main_context_push_thread_default(m_context);
-    m_connection = g_dbus_connection_new_for_address_sync(
-        std::getenv("DBUS_SYSTEM_BUS_ADDRESS"),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr);
-    if (m_script) {
-        Serve(name);
-    } else {
-        Listen(name);
+BusPeer::Script BusPeer::SaysText(const std::string& text) {
+    return [text](const Call& call) { call.Reply(g_variant_new("(s)", text.c_str())); };
+}
+
+std::string BusPeer::Next() {
+    constexpr std::chrono::microseconds kLimit = kHang;
+    NoteWait("a message to or from " + m_name);
+    const Handle<GDBusMessage> message(
+        static_cast<GDBusMessage*>(g_async_queue_timeout_pop(m_seen, kLimit.count())));
+    if (message == nullptr) {
+        throw std::runtime_error("Waited in vain for a message to or from " + m_name);
     }
-    ready.set_value();
-    g_main_loop_run(m_loop);
-    g_dbus_connection_close_sync(m_connection, nullptr, nullptr);
-    g_object_unref(m_connection);
-    g_main_context_pop_thread_default(m_context);
+    g_autofree char* body = g_variant_print(g_dbus_message_get_body(message.get()), TRUE);
+    return Subject(message.get()) + body;
 }
 
-void BusPeer::Serve(const std::string& name) {
-    static const GDBusInterfaceVTable vtable = {
-        [](GDBusConnection*, const char*, const char*, const char*, const char*,
-           GVariant* arguments, GDBusMethodInvocation* invocation,
-           void* peer) { static_cast<BusPeer*>(peer)->m_script(invocation, arguments); },
-        nullptr,
-        nullptr,
-        {}};
-    g_autoptr(GDBusNodeInfo) node = g_dbus_node_info_new_for_xml(Interface(name).c_str(), nullptr);
-    g_dbus_connection_register_object(m_connection, Path(name).c_str(), node->interfaces[0],
-                                      &vtable, this, nullptr, nullptr);
-    CallBus(m_connection, "RequestName", g_variant_new("(su)", name.c_str(), 0U));
+/// Calls the bus itself, which knows then of everything that was sent before.
+void BusPeer::CallBus(const char* method, GVariant* arguments) {
+    g_autoptr(GError) error = nullptr;
+    g_autoptr(GVariant) answer = g_dbus_connection_call_sync(
+        m_connection.get(), kBus.c_str(), "/org/freedesktop/DBus", kBus.c_str(), method, arguments,
+        nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error);
+    if (answer == nullptr) {
+        throw std::runtime_error(std::string(method) + ": " + error->message);
+    }
 }
 
-void BusPeer::Listen(const std::string& sender) {
-    g_dbus_connection_signal_subscribe(
-        m_connection, sender.c_str(), nullptr, nullptr, nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-        [](GDBusConnection*, const char*, const char* path, const char* interface,
-           const char* signal, GVariant* body, void* peer) {
-            g_autofree char* text = g_variant_print(body, TRUE);
-            static_cast<BusPeer*>(peer)->m_signal.set_value(std::string(path) + ' ' + interface +
-                                                            ' ' + signal + ' ' + text);
-        },
-        this, nullptr);
-    CallBus(m_connection, "GetId", nullptr);
+/// @return false for a message that is left to GDBus.
+bool BusPeer::Take(GDBusMessage* message) {
+    const std::lock_guard lock(g_mutex);
+    const GDBusMessageType type = g_dbus_message_get_message_type(message);
+    const bool served = type == G_DBUS_MESSAGE_TYPE_METHOD_CALL &&
+                        m_calls.count(Subject(message) + g_dbus_message_get_signature(message)) > 0;
+    if (served ||
+        (type == G_DBUS_MESSAGE_TYPE_SIGNAL && g_dbus_message_get_sender(message) != kBus)) {
+        g_async_queue_push(m_seen, g_object_ref(message));
+    }
+    if (served) {
+        m_script({m_connection.get(), message});
+    }
+    return served;
 }

@@ -1,53 +1,122 @@
 #include "World.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/wait.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
+#include <utility>
 
-namespace {
+#include "Limit.h"
+#include "Main.h"
 
-std::string TakeText(char* text) {
-    const std::unique_ptr<char, decltype(&g_free)> owned(text, &g_free);
-    return text != nullptr ? text : "";
+Arguments operator+(Arguments first, const Arguments& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
 }
 
-std::vector<const char*> Pointers(const Arguments& arguments) {
-    std::vector<const char*> pointers;
+Arguments Words(const std::string& line) {
+    g_auto(GStrv) words = nullptr;
+    g_shell_parse_argv(line.c_str(), nullptr, &words, nullptr);
+    return {words, words + g_strv_length(words)};
+}
+
+Program::Program(const Arguments& arguments, int standardError)
+    : m_errors{memfd_create("errors", MFD_CLOEXEC)} {
+    const Descriptor elsewhere{standardError};
+    std::vector<char*> words;
     for (const std::string& argument : arguments) {
-        pointers.push_back(argument.c_str());
+        m_line += argument + ' ';
+        words.push_back(const_cast<char*>(argument.c_str()));
     }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-Handle<GSubprocess> Spawn(const Arguments& arguments, GSubprocessFlags flags, int standardError) {
-    const Handle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(flags));
-    g_subprocess_launcher_set_child_setup(
-        launcher.get(), [](gpointer) { prctl(PR_SET_PDEATHSIG, SIGTERM); }, nullptr, nullptr);
-    if (standardError >= 0) {
-        g_subprocess_launcher_take_stderr_fd(launcher.get(), standardError);
-    }
+    words.push_back(nullptr);
+    constexpr auto kFlags =
+        static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_SEARCH_PATH);
     g_autoptr(GError) error = nullptr;
-    GSubprocess* process =
-        g_subprocess_launcher_spawnv(launcher.get(), Pointers(arguments).data(), &error);
-    if (process == nullptr) {
+    g_spawn_async_with_pipes_and_fds(
+        nullptr, words.data(), nullptr, kFlags, [](void*) { prctl(PR_SET_PDEATHSIG, SIGKILL); },
+        nullptr, -1, -1, standardError >= 0 ? standardError : m_errors.number, nullptr, nullptr, 0,
+        &m_process, nullptr, &m_output.number, nullptr, &error);
+    if (error != nullptr) {
         throw std::runtime_error(error->message);
     }
-    return Handle<GSubprocess>(process);
 }
 
-int Status(GSubprocess* process) {
-    return g_subprocess_get_if_exited(process) != FALSE ? g_subprocess_get_exit_status(process)
-                                                        : -g_subprocess_get_term_sig(process);
+Program::~Program() {
+    try {
+        const bool runs = m_process != 0;
+        Signal(SIGTERM);
+        const int status = Wait();
+        if (runs && status != 0 && status != -SIGTERM) {
+            g_warning("%sended with %d", m_line.c_str(), status);
+        }
+    } catch (const std::exception& hang) {
+        g_warning("%s", hang.what());
+    }
+    std::fputs(Errors().c_str(), stderr);
 }
 
-}  // namespace
+std::string Program::ReadLine() {
+    std::size_t end = 0;
+    while ((end = m_printed.find('\n', m_printedRead)) == std::string::npos) {
+        if (!ReadMore("to print a line")) {
+            return m_printed.substr(std::exchange(m_printedRead, m_printed.size()));
+        }
+    }
+    const std::size_t begin = std::exchange(m_printedRead, end + 1);
+    return m_printed.substr(begin, end - begin);
+}
+
+void Program::Signal(int signal) {
+    if (m_process != 0) {
+        kill(m_process, signal);
+    }
+}
+
+int Program::Wait() {
+    while (m_process != 0 && ReadMore("to end")) {
+    }
+    int status = 0;
+    if (m_process != 0) {
+        waitpid(std::exchange(m_process, 0), &status, 0);
+        m_status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+    return m_status;
+}
+
+std::string Program::ReadAll() {
+    Wait();
+    return m_printed.substr(std::exchange(m_printedRead, m_printed.size()));
+}
+
+std::string Program::Errors() {
+    const std::string all = ReadFile("/proc/self/fd/" + std::to_string(m_errors.number));
+    return all.substr(std::exchange(m_errorsRead, all.size()));
+}
+
+/// Waits for output, or kills the program when none comes.
+/// @return false at the end of the output.
+bool Program::ReadMore(const char* what) {
+    NoteWait(m_line + what);
+    pollfd wait{m_output.number, POLLIN, 0};
+    if (TEMP_FAILURE_RETRY(poll(&wait, 1, std::chrono::milliseconds(kHang).count())) == 0) {
+        Signal(SIGKILL);
+        Wait();
+        throw std::runtime_error("Waited in vain for " + m_line + what + ". It printed: \"" +
+                                 m_printed + "\" and \"" + Errors() + '"');
+    }
+    char part[4096];
+    const ssize_t size = TEMP_FAILURE_RETRY(read(m_output.number, part, sizeof part));
+    m_printed.append(part, size > 0 ? static_cast<std::size_t>(size) : 0);
+    return size > 0;
+}
 
 PrivateBus::PrivateBus() : PrivateBus("unix:tmpdir=/tmp") {
     setenv("DBUS_SYSTEM_BUS_ADDRESS", m_address.c_str(), 1);
@@ -65,11 +134,8 @@ void PrivateBus::Stop() {
 }
 
 TemporaryFolder::TemporaryFolder() {
-    g_autoptr(GError) error = nullptr;
-    m_path = TakeText(g_dir_make_tmp("veranti-XXXXXX", &error));
-    if (error != nullptr) {
-        throw std::runtime_error(error->message);
-    }
+    std::string path = std::filesystem::temp_directory_path() / "veranti-XXXXXX";
+    m_path = mkdtemp(path.data());
 }
 
 TemporaryFolder::~TemporaryFolder() {
@@ -86,57 +152,20 @@ TemporaryStore::TemporaryStore() {
     setenv("VERANTI_STORE", Path().c_str(), 1);
 }
 
-Program::Program(const Arguments& arguments, int standardError)
-    : m_process(Spawn(arguments, G_SUBPROCESS_FLAGS_STDOUT_PIPE, standardError)),
-      m_output(g_data_input_stream_new(g_subprocess_get_stdout_pipe(m_process.get()))) {}
-
-Program::~Program() {
-    Signal(SIGTERM);
-    Wait();
-}
-
-std::string Program::ReadLine() {
-    return TakeText(g_data_input_stream_read_line(m_output.get(), nullptr, nullptr, nullptr));
-}
-
-void Program::Signal(int signal) {
-    g_subprocess_send_signal(m_process.get(), signal);
-}
-
-int Program::Wait() {
-    g_subprocess_wait(m_process.get(), nullptr, nullptr);
-    return Status(m_process.get());
-}
-
-Simulator::Simulator(const Arguments& options)
-    : Program([&options] {
-          Arguments all{SIMULATOR_PATH};
-          all.insert(all.end(), options.begin(), options.end());
-          return all;
-      }()) {
-    if (ReadLine().compare(0, 8, "Serving ") != 0) {
-        throw std::runtime_error("the simulator does not serve");
+Simulator::Simulator(const Arguments& options) : Program(Arguments{SIMULATOR_PATH} + options) {
+    const std::string line = ReadLine();
+    if (line.compare(0, 8, "Serving ") != 0) {
+        throw std::runtime_error("the simulator does not serve but says: " + line);
     }
 }
 
 Outcome RunProgram(const Arguments& arguments) {
-    const Handle<GSubprocess> process =
-        Spawn(arguments,
-              static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE |
-                                            G_SUBPROCESS_FLAGS_STDERR_PIPE),
-              -1);
-    char* output = nullptr;
-    char* errors = nullptr;
-    g_subprocess_communicate_utf8(process.get(), nullptr, nullptr, &output, &errors, nullptr);
-    Outcome run{0, TakeText(output), TakeText(errors)};
-    run.status = Status(process.get());
-    return run;
+    Program program(arguments);
+    return {program.Wait(), program.ReadAll(), program.Errors()};
 }
 
-Outcome RunCommand(const Arguments& arguments) {
-    Arguments all{COMMAND_PATH};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    return RunProgram(all);
+Outcome RunCommand(const std::string& line) {
+    return RunProgram(Arguments{COMMAND_PATH} + Words(line));
 }
 
 std::size_t OpenDescriptors() {
