@@ -44,9 +44,9 @@ TEST_F(ClientTest, ThirtyTwoThreadsLeaveNothingBehind) {
     ASSERT_EQ(run(2, 10), 20);  // what is made once is made here
     const std::size_t descriptors = OpenDescriptors();
     const std::size_t memory = mallinfo2().uordblks;
-    EXPECT_EQ(run(32, 200), 6400);
+    EXPECT_EQ(run(32, 50), 1600);
     EXPECT_EQ(OpenDescriptors(), descriptors);
-    // A leaked connection or message would be kilobytes for each of 12800 exchanges.
+    // A leaked connection or message would be kilobytes for each of 3200 exchanges.
     EXPECT_LT(mallinfo2().uordblks, memory + (1 << 20));
 }
 
