@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 #include "Limit.h"
@@ -132,6 +133,7 @@ TEST(LogTest, LinesOfThreadsAndProcessesDoNotMix) {
     std::ifstream inFile(file);
     ExpectWholeLines(inFile, 1600);
     ExpectWholeLines(inPipe, 1600);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
 }
 
 }  // namespace
