@@ -3,4 +3,4 @@
 
 #include <chrono>
 
-constexpr std::chrono::seconds kHang{60};
+constexpr std::chrono::seconds kHang{30};
