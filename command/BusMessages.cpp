@@ -4,7 +4,7 @@
 
 #include <fstream>
 #include <iostream>
-#include <iterator>
+#include <sstream>
 
 #include "Text.h"
 
@@ -20,7 +20,9 @@ std::string ReadFile(const std::string& path) {
     if (!stream) {
         throw std::runtime_error("cannot read \"" + path + "\": give a file that you may read.");
     }
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream bytes;
+    bytes << stream.rdbuf();
+    return bytes.str();
 }
 
 }  // namespace

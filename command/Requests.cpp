@@ -1,6 +1,6 @@
 #include <climits>
 #include <iostream>
-#include <iterator>
+#include <sstream>
 
 #include "Subcommands.h"
 #include "Text.h"
@@ -142,7 +142,9 @@ Answer AgreeRevised(CVerantiAPI& client, const Options& given) {
 /// Reads a JSON object from the text, or from standard input when the text is "-".
 Json::Value ReadObject(std::string text) {
     if (text == "-") {
-        text.assign(std::istreambuf_iterator<char>(std::cin), {});
+        std::ostringstream given;
+        given << std::cin.rdbuf();
+        text = given.str();
     }
     Json::Value object;
     if (!ReadJson(text, object) || !object.isObject()) {

@@ -7,15 +7,12 @@
 
 namespace {
 
-struct Record : TermsDbusMessage {
-    explicit Record(GVariant* value) : TermsDbusMessage() {
+struct Record : TermsDbusUtil::OwnedMessage {
+    explicit Record(GVariant* value) {
         g_variant_ref_sink(value);
         Require(TermsDbusUtil::MakeParamsToMessage(value, *this));
         g_variant_unref(value);
     }
-    ~Record() { ReleaseTermsDbusMessage(this); }
-    Record(const Record&) = delete;
-    Record& operator=(const Record&) = delete;
 };
 
 }  // namespace

@@ -459,14 +459,22 @@ TEST_F(CInterfaceTest, OnlyTheClientsRecordsOfAListStayBehind) {
     EXPECT_EQ(Allocations::Trace(), trace);
 }
 
-TEST_F(CInterfaceTest, AMessageIsReleasedInItsOrder) {
-    TermsDbusMessage message{};
-    message.buffer = static_cast<std::uint8_t*>(AllocateTermsDbusBuffer(1));
-    message.message = DuplicateTermsDbusText("m");
-    message.type = DuplicateTermsDbusText("t");
-    message.from = DuplicateTermsDbusText("f");
-    ReleaseTermsDbusMessage(&message);
+TEST_F(CInterfaceTest, AMessageIsReleasedOnceAndInItsOrder) {
+    TermsDbusMessage message;
+    auto* const buffer = static_cast<std::uint8_t*>(AllocateTermsDbusBuffer(3));
+    char* const text = DuplicateTermsDbusText("m");
+    char* const type = DuplicateTermsDbusText("t");
+    InitiateTermsDbusMessage(&message, DuplicateTermsDbusText("f"), 7, type, text, buffer, 3);
+    EXPECT_STREQ(message.from, "f");
+    for (int i = 0; i < 2; ++i) {
+        ReleaseTermsDbusMessage(&message);
+        EXPECT_FALSE(message.from || message.type || message.message || message.buffer);
+        EXPECT_EQ(message.code + message.buffer_size, 10U);  // as before
+    }
     EXPECT_EQ(Allocations::Trace(), " A0 A1 A2 A3 a3 a2 a1 a0");
+    ReleaseTermsDbusMessage(nullptr);
+    InitiateTermsDbusMessage(nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0);
+    EXPECT_EQ(DuplicateTermsDbusText(nullptr), nullptr);
 }
 
 TEST_F(CInterfaceTest, AServerWithoutMemoryIsNone) {

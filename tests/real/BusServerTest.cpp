@@ -498,20 +498,4 @@ system TermsAPI.cpp InitiateTermsDbusServer: Success to new TermsDbusServer, ori
     EXPECT_EQ(CloseTermsDbusServer("h"), 1);
 }
 
-TEST(BusRecordTest, RecordsAreReleasedOnce) {
-    TermsDbusMessage record;
-    InitiateTermsDbusMessage(&record, DuplicateTermsDbusText("f"), 7, DuplicateTermsDbusText("t"),
-                             DuplicateTermsDbusText("m"),
-                             static_cast<std::uint8_t*>(AllocateTermsDbusBuffer(3)), 3);
-    EXPECT_STREQ(record.message, "m");
-    for (int i = 0; i < 2; ++i) {
-        ReleaseTermsDbusMessage(&record);
-        EXPECT_FALSE(record.from || record.type || record.message || record.buffer);
-        EXPECT_EQ(record.code + record.buffer_size, 10U);  // as before
-    }
-    ReleaseTermsDbusMessage(nullptr);
-    InitiateTermsDbusMessage(nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0);
-    EXPECT_EQ(DuplicateTermsDbusText(nullptr), nullptr);
-}
-
 }  // namespace
