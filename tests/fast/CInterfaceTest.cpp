@@ -55,7 +55,7 @@ std::string WebViewHeader() {
 
 std::string WebViewHeaderWithoutMemory() {
     Allocations::Exhaust(true);
-    const std::string header = WebViewHeader();
+    std::string header = WebViewHeader();
     Allocations::Exhaust(false);
     return header;
 }
@@ -196,13 +196,13 @@ const Case kCases[] = {
           "system TermsAPI.cpp SetDisclaimerItemsAgreements: <<WARN: NOT JSON TYPE MESSAGE>>"}),
     Case("SetDisclaimerItemsAgreements_Null", [] { return SetDisclaimerItemsAgreements(nullptr); },
          "0", {"info TermsAPI.cpp SetDisclaimerItemsAgreements: empty agreements"}),
-    Case("GetInfoForDisclaimerWebView", &WebViewHeader, R"({"a":[true],"b":1})",
-         {"info TermsAPI.cpp GetInfoForDisclaimerWebView: ", kInstance,
-          "info VerantiAPI.cpp GetInformationForDisclaimerWebView: ", Check(),
-          Exchange(R"({"data":null,"method":"get information for web view disclaimer"})"),
-          R"(system TermsAPI.cpp GetInfoForDisclaimerWebView: GetWebDiscliamerHeaderData )"
-          R"({{"a":[true],"b":1}})"},
-         R"({"result":true,"headerData":{"b": 1, "a": [true]}})"),
+    Case(
+        "GetInfoForDisclaimerWebView", &WebViewHeader, R"({"a":[true],"b":1})",
+        {"info TermsAPI.cpp GetInfoForDisclaimerWebView: ", kInstance,
+         "info VerantiAPI.cpp GetInformationForDisclaimerWebView: ", Check(),
+         Exchange(R"({"data":null,"method":"get information for web view disclaimer"})"),
+         R"(system TermsAPI.cpp GetInfoForDisclaimerWebView: GetWebDiscliamerHeaderData {{"a":[true],"b":1}})"},
+        R"({"result":true,"headerData":{"b": 1, "a": [true]}})"),
     Case("GetInfoForDisclaimerWebView_NoMemory", &WebViewHeaderWithoutMemory, "(null)",
          {"info TermsAPI.cpp GetInfoForDisclaimerWebView: ", kInstance,
           "info VerantiAPI.cpp GetInformationForDisclaimerWebView: ", Check(),

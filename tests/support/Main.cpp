@@ -36,7 +36,7 @@ class Watchdog : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo& test) override {
         g_test = std::string(test.test_suite_name()) + '.' + test.name();
         NoteWait("nothing");
-        alarm(2 * kHang.count());
+        alarm(4 * kHang.count());
     }
     void OnTestEnd(const testing::TestInfo& /*test*/) override { alarm(0); }
 };

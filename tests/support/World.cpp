@@ -74,7 +74,7 @@ std::string Program::ReadLine() {
     return m_printed.substr(begin, end - begin);
 }
 
-void Program::Signal(int signal) {
+void Program::Signal(int signal) const {
     if (m_process != 0) {
         kill(m_process, signal);
     }

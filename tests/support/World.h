@@ -45,7 +45,7 @@ class Program {
 
     /// The next line of its standard output; empty at the end.
     std::string ReadLine();
-    void Signal(int signal);
+    void Signal(int signal) const;
     /// Waits for its end and gives its exit status, or minus the signal that ended it.
     int Wait();
     /// The rest of its standard output, when it has ended.
