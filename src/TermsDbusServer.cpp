@@ -75,8 +75,7 @@ bool TermsDbusServer::CreateDbusServer(std::string serviceName) {
     g_autoptr(GError) error = nullptr;
     m_pConnection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
     if (m_pConnection == nullptr) {
-        VERANTI_LOG_BUS("get dbus connection fail!");  // looks like news, though it is a failure:
-                                                       // scripts search for it so
+        VERANTI_LOG_BUS("get dbus connection fail!");  // the error is the next line
         if (error != nullptr) {
             VERANTI_LOG_BUS_ERROR("(%s %d)", error->message, error->code);
         }

@@ -2,10 +2,12 @@
 
 #include <glib.h>
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <utility>
+#include <variant>
 
 #include "DisclaimerFields.h"
 #include "JsonText.h"
@@ -35,7 +37,11 @@ const char* BoolText(bool value) {
     return value ? "true" : "false";
 }
 
-using Members = std::initializer_list<std::pair<const char*, Json::Value>>;
+using Text = std::reference_wrapper<const std::string>;
+
+/// The members of a request; they become JSON when the connection is there.
+using Members = std::initializer_list<
+    std::pair<const char*, std::variant<Json::ValueType, bool, const char*, Text>>>;
 
 /// Sends a request whose reply says nothing but "result", and waits for it.
 /// @return true when a reply came whose "result" is true.
@@ -44,7 +50,8 @@ bool SendAndCheck(const char* method, Members members) {
     Json::Value& request = exchange.RequestBody();
     request["method"] = method;
     for (const auto& [name, value] : members) {
-        request[name] = value;
+        std::visit([&member = request[name]](const auto& each) { member = Json::Value(each); },
+                   value);
     }
     return exchange.SendAndCheck();
 }
@@ -146,7 +153,7 @@ void HandOver(std::unique_ptr<STHomeDisclaimerContentItem> item,
 
 }  // namespace
 
-// From here on in the order of the header, under its headings.
+// From here on under the headings of the header, in its order.
 
 CVerantiAPI::CErrorDescriptor::CErrorDescriptor() : CErrorDescriptor(0, 0) {}
 

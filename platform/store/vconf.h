@@ -20,7 +20,7 @@ extern "C" {
 /// Reads a key.
 /// @return a copy of the text up to its first NUL, to be released with free(3), or null with errno
 ///   set: ENOENT when the key is not set, ELOOP when a link is in its place, EINVAL when it is
-///   anything else that is no file.
+///   anything else that is no file (a socket: ENXIO).
 char* vconf_get_str(const char* key);
 
 /// Writes a key; returns when the text is on the disk.

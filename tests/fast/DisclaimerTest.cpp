@@ -255,6 +255,11 @@ TEST_F(DisclaimerTest, RevisedDisclaimersBeforeAnExceptionAreKept) {
          "exception",
          1,
          {first, "warning" + kRevision + "id "}},
+        {R"([{},{"details":"[3]"}])",
+         "exception",
+         1,
+         {first, "warning" + kRevision + "id ", "trace" + kRevision + "datailData=[3]",
+          "trace" + kRevision + "It is new RULE"}},
     };
     for (const auto& [list, result, kept, read] : cases) {
         SCOPED_TRACE(list);

@@ -151,8 +151,8 @@ void WriteAndRead(int times) {
 }
 
 TEST_F(StoreTest, WritersAndReadersOfOneKeyDoNotMeet) {
-    std::thread other(WriteAndRead, 500);
-    WriteAndRead(500);
+    std::thread other(WriteAndRead, 200);
+    WriteAndRead(200);
     other.join();
     EXPECT_EQ(Files().size(), 1);
 }
