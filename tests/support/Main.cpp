@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 
 #include "Limit.h"
@@ -14,7 +15,6 @@ namespace {
 
 std::mutex g_mutex;
 std::string g_expected;  // a part of a warning; empty when it has come
-std::string g_test;
 
 GLogWriterOutput FailAtWarnings(GLogLevelFlags level, const GLogField* fields, gsize count,
                                 void* data) {
@@ -34,7 +34,7 @@ GLogWriterOutput FailAtWarnings(GLogLevelFlags level, const GLogField* fields, g
 /// Starts the clock for each test.
 class Watchdog : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo& test) override {
-        g_test = std::string(test.test_suite_name()) + '.' + test.name();
+        std::snprintf(g_test, sizeof g_test, "%s.%s", test.test_suite_name(), test.name());
         NoteWait("nothing");
         alarm(4 * kHang.count());
     }
@@ -42,9 +42,8 @@ class Watchdog : public testing::EmptyTestEventListener {
 };
 
 /// Ends the process, and with it what it started: a call that hangs cannot be ended alone.
-void EndHang(int /*signal*/) {
-    dprintf(STDERR_FILENO, "%s hangs. What it waited for last: %s\n", g_test.c_str(), g_wait);
-    _exit(1);
+void EndTest(int /*signal*/) {
+    _exit(write(STDERR_FILENO, g_lastWords, std::strlen(g_lastWords)) > 0 ? 1 : 2);
 }
 
 }  // namespace
@@ -63,7 +62,8 @@ ExpectedWarning::~ExpectedWarning() {
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
-    std::signal(SIGALRM, EndHang);
+    std::signal(SIGALRM, EndTest);
+    std::signal(SIGTERM, EndTest);  // as GDBus sends it to a process that outlives its bus
     g_log_set_writer_func(FailAtWarnings, nullptr, nullptr);
     setenv("G_DEBUG", "fatal-warnings", 1);  // for the programs that tests start
     return RUN_ALL_TESTS();

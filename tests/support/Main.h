@@ -6,13 +6,16 @@
 #include <mutex>
 #include <string>
 
-inline char g_wait[4096];
+inline char g_test[256];
+inline char g_lastWords[4096];  // of a test that hangs, or is told to end
 
-/// Notes what the test waits for from now on: the sentence about a test that hangs names it.
+/// Notes what the test waits for from now on.
 inline void NoteWait(const std::string& what) {
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
-    std::snprintf(g_wait, sizeof g_wait, "%s", what.c_str());
+    std::snprintf(g_lastWords, sizeof g_lastWords,
+                  "%s hangs, or is told to end. What it waited for last: %s\n", g_test,
+                  what.c_str());
 }
 
 /// A warning of GLib's that the test provokes while this lives; that it does not come is a failure,
