@@ -18,6 +18,7 @@
 
 #include "CSharpBridgeAPI.h"
 #include "TermsDbusServer.h"
+#include "TermsProtocol.h"
 #include "VerantiAPI.h"
 #include "World.h"
 
@@ -32,7 +33,6 @@ using Clock = std::chrono::steady_clock;
 using Random = std::minstd_rand;
 
 constexpr char kEcho[] = "com.example.Echo";
-constexpr char kTitles[] = "db/veranti/terms_title";
 constexpr std::size_t kTitleSize = 20000;  // more than one write's worth
 constexpr long kKept = 1 << 20;            // what GLib's and the C library's caches may keep
 
@@ -283,7 +283,7 @@ void Inject(Services& services, Random& random) {
         case 2:
         case 3: {
             const std::string title(kTitleSize, random() % 2 == 0 ? 'a' : 'b');
-            vconf_set_str(kTitles, ("[{\"title\":\"" + title + "\"}]").c_str());
+            vconf_set_str(kTitlesKey, ("[{\"title\":\"" + title + "\"}]").c_str());
             break;
         }
         default:

@@ -24,12 +24,6 @@ constexpr char* Record::*kReleased[] = {
     &Record::strButton9, &Record::strButton10, &Record::strDetails, &Record::strItemId,
     &Record::strIntro,   &Record::strTitle,    &Record::strVersion, &Record::strAgreeDependency};
 
-template <typename Element>
-void Release(Element*& array) {
-    delete[] array;
-    array = nullptr;
-}
-
 }  // namespace
 
 // What the C interface is made of, as in TermsAPIInternal.h
@@ -95,16 +89,16 @@ void ConvertTermItem(TermsContentItem* dst, STHomeDisclaimerContentItem* src) {
 void DestroyTermItem(TermsContentItem* item) {
     VERANTI_LOG_INFO("");
     for (const auto text : kReleased) {
-        Release(item->*text);
+        TermsDbusUtil::ReleaseArray(item->*text);
     }
     // A list with a count below 1 was not made by ConvertTermItem() and is not released either.
     if (item->ppDetailData == nullptr || item->nDetailDataCount < 1) {
         return;
     }
     for (int i = 0; i < item->nDetailDataCount; ++i) {
-        Release(item->ppDetailData[i]);
+        TermsDbusUtil::ReleaseArray(item->ppDetailData[i]);
     }
-    Release(item->ppDetailData);
+    TermsDbusUtil::ReleaseArray(item->ppDetailData);
     item->nDetailDataCount = 0;
 }
 

@@ -11,16 +11,18 @@
 /// Values that are returned are floating: the call that they are handed to takes them over.
 namespace TermsDbusUtil {
 
+template <typename Element>
+void ReleaseArray(Element*& array) {
+    delete[] array;
+    array = nullptr;
+}
+
 /// Releases what the four pointers of a record hold and sets them to null.
 inline void Release(TermsDbusMessage& msg) {
-    const auto release = [](auto*& array) {
-        delete[] array;
-        array = nullptr;
-    };
-    release(msg.from);
-    release(msg.type);
-    release(msg.message);
-    release(msg.buffer);
+    ReleaseArray(msg.from);
+    ReleaseArray(msg.type);
+    ReleaseArray(msg.message);
+    ReleaseArray(msg.buffer);
 }
 
 /// An empty record to fill, which is released at the end of its scope.

@@ -68,6 +68,11 @@ std::string PathOf(const char* key) {
     return {};
 }
 
+/// The root that a key's file lies in, with a "/" behind it.
+std::string RootOf(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1);
+}
+
 char* Read(const std::string& path) {
     // Not blocking, so that a pipe in the file's place cannot stall anybody.
     constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
@@ -114,7 +119,7 @@ void RemoveLeftovers(const std::string& root, const std::string& path) {
 }
 
 int Write(const std::string& path, const char* value) {
-    const std::string root = Root();
+    const std::string root = RootOf(path);
     const bool isThere = g_mkdir_with_parents(root.c_str(), 0700) == 0;
     const Descriptor folder(isThere ? open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
     struct stat status {};
@@ -144,7 +149,7 @@ int Write(const std::string& path, const char* value) {
 }
 
 int Remove(const std::string& path) {
-    const Descriptor folder(open(Root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor folder(open(RootOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return folder.fd >= 0 && unlink(path.c_str()) == 0 ? fsync(folder.fd) : -1;
 }
 
