@@ -15,6 +15,9 @@
 #include <string>
 #include <string_view>
 
+// Else files whose inode's number is a large one could not be looked at on 32 bits (EOVERFLOW).
+static_assert(sizeof(ino_t) == 8, "build with -D_FILE_OFFSET_BITS=64");
+
 namespace {
 
 /// What a temporary file's name has behind the key's. No key's own holds a "#".
