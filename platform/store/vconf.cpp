@@ -2,10 +2,13 @@
 
 #include <fcntl.h>
 #include <glib.h>
+#include <pwd.h>
+#include <sys/auxv.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -14,11 +17,15 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Else files whose inode's number is a large one could not be looked at on 32 bits (EOVERFLOW).
 static_assert(sizeof(ino_t) == 8, "build with -D_FILE_OFFSET_BITS=64");
 
 namespace {
+
+/// The store of this machine's programs; empty for none.
+constexpr char kMachineStore[] = VERANTI_MACHINE_STORE;
 
 /// What a temporary file's name has behind the key's. No key's own holds a "#".
 constexpr char kTemporary[] = "#XXXXXX";
@@ -35,12 +42,53 @@ struct Descriptor {
     const int fd;
 };
 
-/// The root, with a "/" behind it.
+/// Whether the machine has a store. One that cannot be looked at is one, so that whoever may not
+/// use it is told so and is not given another.
+bool HasMachineStore() {
+    struct stat status {};
+    return stat(kMachineStore, &status) == 0 ? S_ISDIR(status.st_mode)
+                                             : errno != ENOENT && errno != ENOTDIR;
+}
+
+/// The home that the user database names for the effective user; empty, with errno set, when it
+/// names none.
+std::string HomeOfUser() {
+    std::vector<char> texts(1024);
+    passwd entry{};
+    passwd* found = nullptr;
+    int error = 0;
+    while ((error = getpwuid_r(geteuid(), &entry, texts.data(), texts.size(), &found)) == ERANGE) {
+        texts.resize(2 * texts.size());
+    }
+    if (found != nullptr && *entry.pw_dir == '/') {
+        return entry.pw_dir;
+    }
+    // ENOENT would say that a key is not set.
+    errno = error != 0 && error != ENOENT ? error : ENOTDIR;
+    return {};
+}
+
+/// The user's state folder; empty, with errno set, when there is none. Whoever runs a program with
+/// more rights than his own made its environment: it does not count then.
+std::string StateFolder() {
+    if (getauxval(AT_SECURE) == 0) {
+        return g_get_user_state_dir();
+    }
+    const std::string home = HomeOfUser();
+    return home.empty() ? home : home + "/.local/state";
+}
+
+/// The root, with a "/" behind it; empty, with errno set, when there is none.
 std::string Root() {
     const char* root = secure_getenv("VERANTI_STORE");
-    return root != nullptr && *root != '\0'
-               ? std::string(root) + '/'
-               : std::string(g_get_user_state_dir()) + "/veranti/store/";
+    if (root != nullptr && *root != '\0') {
+        return std::string(root) + '/';
+    }
+    if (HasMachineStore()) {
+        return std::string(kMachineStore) + '/';
+    }
+    const std::string state = StateFolder();
+    return state.empty() ? state : state + "/veranti/store/";
 }
 
 /// Whether a key is a path: components, none of them empty, "." or "..".
@@ -58,13 +106,14 @@ bool IsPath(std::string_view key) {
 }
 
 /// The path of a key's file, whose name is escaped so that it holds no "/" and no two keys share
-/// it; empty, with errno set, for a key that is refused.
+/// it; empty, with errno set, for a key that is refused and where there is no root.
 std::string PathOf(const char* key) {
     const bool isPath = IsPath(key);
     if (isPath && std::strlen(key) <= NAME_MAX) {
         const g_autofree char* name = g_uri_escape_string(key, nullptr, FALSE);
         if (std::strlen(name) + std::strlen(kTemporary) <= NAME_MAX) {
-            return Root() + name;
+            const std::string root = Root();
+            return root.empty() ? root : root + name;
         }
     }
     errno = isPath ? ENAMETOOLONG : EINVAL;
@@ -123,9 +172,10 @@ void RemoveLeftovers(const std::string& root, const std::string& path) {
 
 int Write(const std::string& path, const char* value) {
     const std::string root = RootOf(path);
-    const bool isThere = g_mkdir_with_parents(root.c_str(), 0700) == 0;
-    const Descriptor folder(isThere ? open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
     struct stat status {};
+    const bool isThere = stat(root.c_str(), &status) == 0 ||
+                         (errno == ENOENT && g_mkdir_with_parents(root.c_str(), 0700) == 0);
+    const Descriptor folder(isThere ? open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
     if (folder.fd < 0 || fstat(folder.fd, &status) != 0) {
         return -1;
     }
@@ -156,16 +206,24 @@ int Remove(const std::string& path) {
     return folder.fd >= 0 && unlink(path.c_str()) == 0 ? fsync(folder.fd) : -1;
 }
 
-/// Runs an operation on the path of a key's file. No exception passes.
+/// Runs an operation. No exception passes.
 template <typename Result, typename Operation>
-Result OnFile(const char* key, Result failed, Operation operation) {
+Result Guarded(Result failed, Operation operation) {
     try {
-        const std::string path = PathOf(key != nullptr ? key : "");
-        return path.empty() ? failed : operation(path);
+        return operation();
     } catch (const std::exception&) {  // of allocation
         errno = ENOMEM;
         return failed;
     }
+}
+
+/// Runs an operation on the path of a key's file.
+template <typename Result, typename Operation>
+Result OnFile(const char* key, Result failed, Operation operation) {
+    return Guarded(failed, [=] {
+        const std::string path = PathOf(key != nullptr ? key : "");
+        return path.empty() ? failed : operation(path);
+    });
 }
 
 }  // namespace
@@ -184,4 +242,12 @@ int vconf_set_str(const char* key, const char* value) {
 
 int vconf_unset(const char* key) {
     return OnFile(key, -1, Remove);
+}
+
+char* vconf_host_root() {
+    return Guarded<char*>(nullptr, []() -> char* {
+        const std::string root = Root();
+        const std::size_t size = std::max<std::size_t>(root.find_last_not_of('/') + 1, 1);
+        return root.empty() ? nullptr : strndup(root.c_str(), size);
+    });
 }

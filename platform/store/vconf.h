@@ -3,12 +3,18 @@
 ///
 /// On this host a key such as "db/veranti/terms_title" is a file in the store's root, named as the
 /// key with all but letters, digits and "-._~" escaped as in a URI ("db%2Fveranti%2Fterms_title").
-/// The root is VERANTI_STORE, else "veranti/store" in the user's state folder. Who may read the
-/// root may read the keys. A key that is null, empty or absolute, or that has an empty, "." or ".."
-/// component, is refused (EINVAL), and so is one whose file's name would be longer than 248 bytes
-/// (ENAMETOOLONG). A reader sees the old text or the new one, never a part, also when the writer is
-/// killed; that may leave its temporary file (the file's name, "#" and six letters), which the
-/// key's next writer removes.
+/// The root is VERANTI_STORE; where that is not set, the machine's store, a folder that was fixed
+/// when this library was built, if it is there; else "veranti/store" in the user's state folder. A
+/// root that may not be used is an error: no other is taken for it. A program with more rights than
+/// its caller (set-uid, for one) takes nothing of its environment: its root is the machine's store,
+/// else ".local/state/veranti/store" in the home that the user database names for its effective
+/// user; where it names none, every call fails (ENOTDIR).
+///
+/// Who may read the root may read the keys. A key that is null, empty or absolute, or that has an
+/// empty, "." or ".." component, is refused (EINVAL), and so is one whose file's name would be
+/// longer than 248 bytes (ENAMETOOLONG). A reader sees the old text or the new one, never a part,
+/// also when the writer is killed; that may leave its temporary file (the file's name, "#" and six
+/// letters), which the key's next writer removes.
 #pragma once
 
 #pragma GCC visibility push(default)
@@ -31,6 +37,11 @@ int vconf_set_str(const char* key, const char* value);
 /// Removes a key.
 /// @return 0, or -1 with errno set (ENOENT when it was not set).
 int vconf_unset(const char* key);
+
+/// The root that the other functions use now. A set's store does not have this function.
+/// @return a copy of its path without a "/" at the end, to be released with free(3), or null with
+///   errno set.
+char* vconf_host_root(void);
 
 #ifdef __cplusplus
 }

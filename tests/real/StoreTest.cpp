@@ -1,5 +1,6 @@
 // The host's configuration store, on real files.
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -33,6 +34,16 @@ class StoreTest : public testing::Test {
         return files;
     }
 
+    /// What store-caller says that is started in the root with a line in front of it: variables,
+    /// and whose rights it has.
+    std::string Say(const std::string& line, const std::string& caller) const {
+        return RunProgram(Arguments{"env", "-C", m_store.Path(),
+                                    "VERANTI_STORE=", "XDG_STATE_HOME=" + m_store.Path() + "/xdg",
+                                    "HOME=" + m_store.Path() + "/home"} +
+                          Words(line) + Arguments{caller})
+            .output;
+    }
+
     TemporaryStore m_store;
 };
 
@@ -41,19 +52,66 @@ int Error(bool done) {
     return done ? 0 : errno;
 }
 
-TEST_F(StoreTest, LiesInTheUsersStateFolderUnlessToldOtherwise) {
-    const std::pair<const char*, const char*> cases[] = {{"XDG_STATE_HOME=", "/veranti/store"},
-                                                         {"HOME=", "/.local/state/veranti/store"}};
-    for (const auto& [variable, folder] : cases) {
-        const std::string root = m_store.Path() + folder;
-        setenv("VERANTI_STORE", root.c_str(), 1);
-        EXPECT_EQ(vconf_set_str("db/veranti/terms_title", R"([{"title":"T"}])"), 0);
-        EXPECT_EQ(fs::status(root).permissions(), fs::perms(0700));
-        const Outcome reader =
-            RunProgram({"env", "-u", "XDG_STATE_HOME", "VERANTI_STORE=", variable + m_store.Path(),
-                        COMMAND_PATH, "title", "0"});
-        EXPECT_EQ(reader.output, "T\n") << variable;
+TEST_F(StoreTest, LiesInTheFirstOfItsPlaces) {
+    const std::string folder = m_store.Path() + '/';
+    const struct {
+        fs::file_type machine;
+        const char* variable;
+        std::string root;
+    } cases[] = {
+        {fs::file_type::directory, "VERANTI_STORE=told/", "told"},
+        {fs::file_type::directory, "VERANTI_STORE=", "machine"},
+        {fs::file_type::not_found, "VERANTI_STORE=", folder + "xdg/veranti/store"},
+        {fs::file_type::regular, "XDG_STATE_HOME=", folder + "home/.local/state/veranti/store"},
+    };
+    for (const auto& [machine, variable, root] : cases) {
+        if (machine == fs::file_type::directory) {
+            mkdir((folder + "machine").c_str(), 0700);
+        } else if (machine == fs::file_type::regular) {
+            m_store.Write("machine", "");
+        }
+        EXPECT_EQ(Say(variable, STORE_CALLER_PATH),
+                  root + "\nNo such file or directory\nwritten\n");
+        EXPECT_EQ(fs::status(folder / fs::path(root)).permissions(), fs::perms(0700));
+        fs::remove_all(folder + "machine");
     }
+}
+
+TEST_F(StoreTest, MoreRightsThanTheCallersTakeNothingOfItsEnvironment) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a program another user's rights";
+    }
+    constexpr uid_t kNobody = 65534;
+    const TemporaryFolder forged;
+    forged.Write("key", "forged");
+    for (const char* place : {"told", "xdg/veranti/store", "home/.local/state/veranti/store"}) {
+        const fs::path link = fs::path(m_store.Path()) / place;
+        fs::create_directories(link.parent_path());
+        fs::create_directory_symlink(forged.Path(), link);
+    }
+    const std::string machine = m_store.Path() + "/machine";
+    fs::create_directory(machine);
+    m_store.Write("machine/key", "kept");
+    fs::copy(STORE_CALLER_PATH, m_store.Path() + "/caller");
+    fs::permissions(m_store.Path(), fs::perms(0755));
+    fs::permissions(forged.Path(), fs::perms(0777));
+
+    const std::string more = "VERANTI_STORE=told setpriv --ruid 1 --euid ";
+    const std::string nobody = std::to_string(kNobody);
+    const std::string kept = "machine\nkept\nPermission denied\n";
+    EXPECT_EQ(Say("setpriv --reuid " + nobody, "./caller"), kept);
+    EXPECT_EQ(Say(more + nobody, "./caller"), kept);
+    fs::remove_all(machine);
+    const TemporaryFolder sealed;
+    fs::create_directory_symlink(sealed.Path() + "/store", machine);
+    EXPECT_EQ(Say(more + nobody, "./caller"), "machine\nPermission denied\nPermission denied\n");
+    fs::remove(machine);
+    EXPECT_EQ(Say(more + nobody, "./caller"),
+              std::string(getpwuid(kNobody)->pw_dir) +
+                  "/.local/state/veranti/store\nNo such file or directory\nPermission denied\n");
+    EXPECT_EQ(Say(more + "4000000000", "./caller"),
+              "Not a directory\nNot a directory\nNot a directory\n");
+    EXPECT_EQ(ReadFile(forged.Path() + "/key"), "forged");
 }
 
 TEST_F(StoreTest, TheRootMayBeALinkAndDecidesWhoMayRead) {
@@ -69,7 +127,8 @@ TEST_F(StoreTest, TheRootMayBeALinkAndDecidesWhoMayRead) {
         EXPECT_EQ(fs::status(FileOf(m_store, "db/key")).permissions(), mode & fs::perms(0666));
     }
     umask(022);
-    setenv("VERANTI_STORE", FileOf(m_store, "db/key").c_str(), 1);
+    const std::string file = FileOf(m_store, "db/key");
+    setenv("VERANTI_STORE", file.c_str(), 1);
     EXPECT_EQ(Error(vconf_set_str("key", "x") == 0), ENOTDIR);
 }
 
