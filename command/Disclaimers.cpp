@@ -1,3 +1,12 @@
+#include <unistd.h>
+#include <vconf.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <system_error>
+
 #include "Subcommands.h"
 #include "Text.h"
 
@@ -171,28 +180,46 @@ Answer Show(CVerantiAPI& client, const Options& given) {
     return answer;
 }
 
-Answer SayWhetherItExists(CVerantiAPI& client, const Options& given) {
-    Answer answer = Plain(client.IsDisclaimerItemExist(given.id, given.product),
-                          given.id + " exists.", NoTerm(given.id));
-    answer.needsService = given.product != kTelevision;
+/// An answer that the store decides, and so says which.
+Answer Stored(bool done, const std::string& text, const std::string& what,
+              const std::string& advice) {
+    const std::unique_ptr<char, decltype(&std::free)> root(vconf_host_root(), &std::free);
+    if (!root) {
+        throw std::system_error(errno, std::generic_category(), "There is no store");
+    }
+    const std::string store = root.get();
+    const bool isReadable = access((store + '/').c_str(), X_OK) == 0 || errno == ENOENT;
+    Answer answer =
+        Local(done, text,
+              isReadable ? "No " + what + " is stored in " + store + ": " + advice
+                         : "The store " + store + " cannot be read: " + std::strerror(errno) +
+                               ". Set VERANTI_STORE to one that can.");
+    answer.json["store"] = store;
     return answer;
+}
+
+Answer SayWhetherItExists(CVerantiAPI& client, const Options& given) {
+    const bool done = client.IsDisclaimerItemExist(given.id, given.product);
+    const std::string text = given.id + " exists.";
+    return given.product == kTelevision
+               ? Stored(done, text, "term \"" + given.id + '"', "`veranti list` shows the ids.")
+               : Plain(done, text, NoTerm(given.id));
 }
 
 Answer SayWhetherItIsAgreed(CVerantiAPI& client, const Options& given) {
     int isAgreed = 0;
     client.GetDisclaimerItemAgreement(given.id, &isAgreed, given.product);
-    // What is stored decides.
-    return Local(isAgreed != 0, given.id + " is agreed to.",
-                 given.id + " is not agreed to: `veranti agree " + given.id + "` agrees.");
+    return Stored(isAgreed != 0, given.id + " is agreed to.", "agreement to " + given.id,
+                  "`veranti agree " + given.id + "` agrees.");
 }
 
 Answer ShowTitle(CVerantiAPI& client, const Options& given) {
     const int index = given.index.value_or(0);  // an empty text is a number, too
     std::string title;
     const int result = client.GetDisclaimerTitle(title, index);
-    Answer answer = Local(result == 0, OneLine(title),
-                          "The menu has no title at the index " + std::to_string(index) +
-                              ": give one from 0 on, below the number of its entries.");
+    Answer answer =
+        Stored(result == 0, OneLine(title), "title at the index " + std::to_string(index),
+               "give one from 0 on, below the number of the menu's entries.");
     answer.json["title"] = title;
     return answer;
 }

@@ -17,11 +17,18 @@ using Corvane::Wire::ToText;
 
 constexpr char kStateKey[] = "db/veranti/simulator_state";
 
+/// Says why the store's last call could not do something to a key, where, and the mend.
+[[noreturn]] void Fail(const char* what, const char* key) {
+    const std::string reason = std::strerror(errno);
+    const std::unique_ptr<char, decltype(&std::free)> store(vconf_host_root(), &std::free);
+    throw StateError(std::string("Cannot ") + what + " the key \"" + key + "\": " + reason +
+                     ". Set VERANTI_STORE to a folder that can be read and written" +
+                     (store ? std::string(", instead of ") + store.get() : "") + '.');
+}
+
 void Write(const char* key, const Json::Value& value) {
     if (vconf_set_str(key, ToText(value).c_str()) != 0) {
-        throw StateError(std::string("Cannot write the key \"") + key +
-                         "\": " + std::strerror(errno) +
-                         ". Set VERANTI_STORE to a folder that can be written.");
+        Fail("write", key);
     }
 }
 
@@ -82,9 +89,7 @@ TermsState LoadState() {
         return {};
     }
     if (!text) {
-        throw StateError(std::string("Cannot read the key \"") + kStateKey +
-                         "\": " + std::strerror(errno) +
-                         ". Set VERANTI_STORE to a folder that can be read and written.");
+        Fail("read", kStateKey);
     }
     try {
         Json::Value json;

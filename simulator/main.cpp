@@ -116,8 +116,8 @@ int Run(int argc, char** argv) {
         "veranti-simulator",
         "A terms service for machines that have none. It answers as " + std::string(kTermsService) +
             " on the system bus\n(DBUS_SYSTEM_BUS_ADDRESS) and keeps what it is told in the "
-            "configuration store (VERANTI_STORE).\n--fail, --delay, --silent and --garbage may be "
-            "given several times.");
+            "configuration store (VERANTI_STORE,\nelse the machine's if it has one, else your "
+            "own).\n--fail, --delay, --silent and --garbage may be given several times.");
     AddOptions(program, options);
     return program.Run(argc, argv, [&] { return Serve(options); });
 }

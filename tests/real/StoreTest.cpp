@@ -130,6 +130,7 @@ TEST_F(StoreTest, TheRootMayBeALinkAndDecidesWhoMayRead) {
     const std::string file = FileOf(m_store, "db/key");
     setenv("VERANTI_STORE", file.c_str(), 1);
     EXPECT_EQ(Error(vconf_set_str("key", "x") == 0), ENOTDIR);
+    EXPECT_EQ(RunCommand("agreed x").errors.find("The store " + file + " cannot be read: "), 0);
 }
 
 TEST_F(StoreTest, KeepsTexts) {

@@ -22,14 +22,18 @@ Arguments ProgramOf(const std::string& name) {
     return {name == "veranti" ? COMMAND_PATH : name == "busctl" ? name : examples + name};
 }
 
-std::string Perform(const PrivateBus& bus, const std::string& command) {
+/// What a command prints, with names for what is another in each run.
+std::string Perform(const PrivateBus& bus, const TemporaryStore& store,
+                    const std::string& command) {
     const Arguments words = Words(command);
     const Outcome run =
         RunProgram(ProgramOf(words.front()) + Arguments(words.begin() + 1, words.end()));
     std::string seen = run.output + run.errors;
-    const std::size_t at = seen.find(bus.Address());
-    if (at != std::string::npos) {
-        seen.replace(at, bus.Address().size(), "ADDRESS");
+    for (const auto& [place, name] :
+         {std::pair(bus.Address(), "ADDRESS"), std::pair(store.Path(), "STORE")}) {
+        for (std::size_t at = 0; (at = seen.find(place)) != std::string::npos;) {
+            seen.replace(at, place.size(), name);
+        }
     }
     return seen + (run.status != 0 ? '[' + std::to_string(run.status) + "]\n" : "");
 }
@@ -59,7 +63,7 @@ TEST_P(TranscriptTest, HappensAsWritten) {
     int commands = 0;
     const auto perform = [&] {
         if (!command.empty()) {
-            EXPECT_EQ(Perform(m_bus, command), expected) << command;
+            EXPECT_EQ(Perform(m_bus, m_store, command), expected) << command;
             ++commands;
         }
         command.clear();
