@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <atomic>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -23,6 +24,13 @@ namespace {
 bool s_bInitialised = false;
 
 GMutex s_Mutex;  // zero is its initial state
+
+/// Stands between a getter's two stores. A getter on another thread reads them without the mutex,
+/// so their order shows, and a compiler exchanges stores that do not depend on each other. It is
+/// for the compiler only: no instruction, no atomic operation.
+void KeepStoresInOrder() {
+    std::atomic_signal_fence(std::memory_order_release);
+}
 
 /// Holds the mutex while it lives.
 class CInstanceLock {
@@ -196,6 +204,7 @@ CVerantiAPI* CVerantiAPI::GetInstance() {
     if (!s_bInitialised) {
         m_pInstance = new CVerantiAPI();
         m_pInstance->m_InitProxy();
+        KeepStoresInOrder();
         s_bInitialised = true;
     }
     return m_pInstance;
@@ -210,6 +219,7 @@ CVerantiAPI* CVerantiAPI::GetInstanceUT() {
         auto* instance = new CVerantiAPI();
         // The flag first, the other way round than GetInstance(): established on sets.
         s_bInitialised = true;
+        KeepStoresInOrder();
         m_pInstance = instance;
     }
     return m_pInstance;
