@@ -14,6 +14,9 @@
 ///   std::bad_alloc, Json::Exception for a reply that is shaped otherwise) passes through the
 ///   function. A C++ caller can catch it; in a C program it ends the process.
 ///
+/// Once loaded the library stays so: the client, and the thread of TriggerTermsService(), live on
+/// over dlclose() and dlopen().
+///
 /// What the library logs is listed in [docs/log.md](docs/log.md).
 #pragma once
 

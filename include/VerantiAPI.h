@@ -17,6 +17,8 @@
 ///   raises Json::Exception, and the connection is closed when it reaches the caller;
 /// - texts are UTF-8 and are copied; nothing that is passed in has to outlive the call.
 ///
+/// Once loaded the library stays so: the instance lives on over dlclose() and dlopen().
+///
 /// What the library logs is listed in [docs/log.md](docs/log.md).
 #pragma once
 

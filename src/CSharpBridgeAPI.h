@@ -4,7 +4,8 @@
 //
 // The order is CSharpGetInstance(), then the others from any thread, CSharpDestroy() last. pThis is
 // not checked: without an instance the others call through a null or stale pointer. A null text
-// raises std::logic_error, and nothing is caught. All log at info priority with the tag "Veranti".
+// raises std::logic_error, and nothing is caught. Once loaded the library stays so: the instance
+// and pThis live on over dlclose() and dlopen(). All log at info priority with the tag "Veranti".
 #pragma once
 
 #include "VerantiAPI.h"

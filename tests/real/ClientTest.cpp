@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <csignal>
 #include <thread>
 
 #include "Main.h"
@@ -55,6 +56,16 @@ TEST_F(ClientTest, CallsWhileTheProcessEndsAreAnsweredAlike) {
     const Outcome caller = RunProgram({LATE_CALLER_PATH});
     EXPECT_EQ(caller.status, 0);
     EXPECT_EQ(caller.output, "1 0\n1 0\n");
+}
+
+TEST_F(ClientTest, LivesOnWhenItsLibraryIsClosed) {
+    const Simulator simulator;
+    simulator.Signal(SIGSTOP);  // no answer before the library is closed
+    Program caller({RELOAD_CALLER_PATH});
+    EXPECT_EQ(caller.ReadLine(), "closed");
+    simulator.Signal(SIGCONT);
+    EXPECT_EQ(caller.Wait(), 0);
+    EXPECT_EQ(caller.ReadAll(), "the same instance\n");
 }
 
 }  // namespace
