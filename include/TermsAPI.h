@@ -43,7 +43,9 @@ typedef enum TermsRequester VERANTI_ANY_INT {
 /// An empty text is a null pointer, so every text may be null. The byte behind a text is a NUL only
 /// with a library that is built with VERANTI_TERMINATE_TEXTS. One that is built without it (the
 /// default, for a set) leaves that byte as the allocator delivered it; as a text carries no length,
-/// nobody can then tell where it ends.
+/// nobody can then tell where it ends. `pkg-config --variable=terminate_texts capi-veranti-service`
+/// tells which (0 or 1), and so does VERANTI_TERMINATE_TEXTS, which its flags and the CMake target
+/// define.
 typedef struct TermsContentItem {
     char* strItemId;           ///< "id": the key of requests for this disclaimer
     int nOrder;                ///< "order": its position in the service's list

@@ -43,7 +43,7 @@ char* ConvertChar(std::string text) {
     }
     auto* copy = new char[text.size() + 1];
     text.copy(copy, text.size());
-#ifdef VERANTI_TERMINATE_TEXTS
+#if VERANTI_TERMINATE_TEXTS
     copy[text.size()] = '\0';
 #endif
     // Without the option the last byte stays as the allocator delivered it: established behaviour

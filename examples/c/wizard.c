@@ -9,8 +9,12 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-/* Every text of a record may be null. That the others end with a NUL takes a library built with
-   VERANTI_TERMINATE_TEXTS. */
+/* That texts end with a NUL takes a library built for it; its pkg-config file tells. */
+#ifndef VERANTI_TERMINATE_TEXTS
+#define VERANTI_TERMINATE_TEXTS 0
+#endif
+
+/* Every text of a record may be null. */
 static const char* text(const char* maybe) {
     return maybe != NULL ? maybe : "";
 }
@@ -46,6 +50,12 @@ static void show(TermsContentItem* item, void* user_data) {
 }
 
 int main(int argc, char** argv) {
+    if (!VERANTI_TERMINATE_TEXTS) {
+        fprintf(stderr,
+                "The library's texts may not end: build it with -DVERANTI_TERMINATE_TEXTS=ON, and "
+                "this program with its pkg-config file.\n");
+        return EXIT_FAILURE;
+    }
     const char* id = argc > 1 ? argv[1] : "privacy_policy";
     const int attempts = argc > 2 ? atoi(argv[2]) : 10;
     int listed = 0;

@@ -18,11 +18,7 @@ using Record = TermsContentItem;
 using Item = STHomeDisclaimerContentItem;
 using Allocations::kPoison;
 
-#ifdef VERANTI_TERMINATE_TEXTS
-constexpr unsigned char kLastByte = 0;
-#else
-constexpr unsigned char kLastByte = kPoison;
-#endif
+constexpr unsigned char kLastByte = VERANTI_TERMINATE_TEXTS ? 0 : kPoison;
 
 /// A text that may end without a NUL: its length must be known.
 std::string Bytes(const char* text, std::size_t size) {
