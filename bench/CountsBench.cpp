@@ -96,7 +96,7 @@ void MeasureRequest() {
     std::printf("\n| the heap for one request | allocations | peak |\n|---|---:|---:|\n");
     PrintHeap("the library", Measured([] { CountThroughTheLibrary(kTerms); }));
     const Requests requests = CountRequests();
-    for (const Peer& peer : {kSdBus, kSdbusCpp, kLibDbus, kGDBus}) {
+    for (const Peer& peer : {kSdBus, kSdBusQueued, kSdbusCpp, kLibDbus, kGDBus}) {
         PrintHeap(peer.name, Measured([&] { Ask(peer, requests); }));
     }
 }

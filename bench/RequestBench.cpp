@@ -18,7 +18,7 @@ constexpr int kTerms = 50;
 void Compare(const char* what, const std::function<void()>& library, const Requests& requests,
              int rounds) {
     std::vector<Contender> contenders = {{"the library", library}};
-    for (const Peer& peer : {kSdBus, kSdbusCpp, kLibDbus, kGDBus}) {
+    for (const Peer& peer : {kSdBus, kSdBusQueued, kSdbusCpp, kLibDbus, kGDBus}) {
         contenders.push_back({peer.name, [&requests, peer] { Ask(peer, requests); }});
     }
     RunInterleaved(contenders, rounds);

@@ -27,10 +27,11 @@ struct Peer {
     /// Opens a connection to the system bus, sends one request to the terms service and closes it.
     /// @return the reply's text.
     std::string (*ask)(const std::string& request);
-    std::unique_ptr<Echo> (*makeEcho)();
+    std::unique_ptr<Echo> (*makeEcho)();  ///< null for a peer that only asks
 };
 
 extern const Peer kSdBus;
+extern const Peer kSdBusQueued;
 extern const Peer kSdbusCpp;
 extern const Peer kLibDbus;
 extern const Peer kGDBus;

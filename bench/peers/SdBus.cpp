@@ -29,20 +29,40 @@ Bus Open() {
     return Bus(bus);
 }
 
+void ProcessOrWait(sd_bus* bus) {
+    const int done = sd_bus_process(bus, nullptr);
+    Good(done != 0 ? done : sd_bus_wait(bus, UINT64_MAX));
+}
+
+/// On a connection that opens, this waits for the answer to the greeting before it sends the call.
 Message Call(sd_bus* bus, const Message& call) {
     sd_bus_message* reply = nullptr;
     Good(sd_bus_call(bus, call.get(), UINT64_MAX, nullptr, &reply));
     return Message(reply);
 }
 
-std::string Ask(const std::string& request) {
+/// And this sends the call behind the greeting.
+Message CallQueued(sd_bus* bus, const Message& call) {
+    Message reply;
+    const auto keep = [](sd_bus_message* message, void* kept, sd_bus_error* /*error*/) {
+        static_cast<Message*>(kept)->reset(sd_bus_message_ref(message));
+        return 1;
+    };
+    Good(sd_bus_call_async(bus, nullptr, call.get(), keep, &reply, UINT64_MAX));
+    while (!reply) {
+        ProcessOrWait(bus);
+    }
+    return reply;
+}
+
+std::string Ask(const std::string& request, Message (*send)(sd_bus* bus, const Message& call)) {
     const Bus bus = Open();
     sd_bus_message* call = nullptr;
     Good(sd_bus_message_new_method_call(bus.get(), &call, Terms::kName, Terms::kPath,
                                         Terms::kInterface, Terms::kMethod));
     const Message owned(call);
     Good(sd_bus_message_append(call, "ss", "", request.c_str()));
-    const Message reply = Call(bus.get(), owned);
+    const Message reply = send(bus.get(), owned);
     const char* text = nullptr;
     Good(sd_bus_message_read(reply.get(), "s", &text));
     return text;
@@ -93,8 +113,7 @@ class SdBusEcho : public Echo {
         Good(sd_bus_request_name(m_server.get(), kName, 0));
         m_thread = std::thread([this] {
             while (!m_stopped) {
-                const int r = sd_bus_process(m_server.get(), nullptr);
-                Good(r != 0 ? r : sd_bus_wait(m_server.get(), UINT64_MAX));
+                ProcessOrWait(m_server.get());
             }
         });
     }
@@ -128,5 +147,7 @@ class SdBusEcho : public Echo {
 
 }  // namespace
 
-const Peer kSdBus = {"sd-bus", Ask,
+const Peer kSdBus = {"sd-bus", [](const std::string& request) { return Ask(request, Call); },
                      []() -> std::unique_ptr<Echo> { return std::make_unique<SdBusEcho>(); }};
+const Peer kSdBusQueued = {
+    "sd-bus, queued", [](const std::string& request) { return Ask(request, CallQueued); }, nullptr};
