@@ -1,4 +1,3 @@
-#include <unistd.h>
 #include <vconf.h>
 
 #include <cerrno>
@@ -8,6 +7,7 @@
 #include <system_error>
 
 #include "Subcommands.h"
+#include "TermsProtocol.h"
 #include "Text.h"
 
 namespace {
@@ -180,21 +180,22 @@ Answer Show(CVerantiAPI& client, const Options& given) {
     return answer;
 }
 
-/// An answer that the store decides, and so says which.
-Answer Stored(bool done, const std::string& text, const std::string& what,
+/// An answer that a key of the store decides, and so says which store.
+Answer Stored(bool done, const char* key, const std::string& text, const std::string& what,
               const std::string& advice) {
-    const std::unique_ptr<char, decltype(&std::free)> root(vconf_host_root(), &std::free);
+    using Text = std::unique_ptr<char, decltype(&std::free)>;
+    const Text root(vconf_host_root(), &std::free);
     if (!root) {
         throw std::system_error(errno, std::generic_category(), "There is no store");
     }
-    const std::string store = root.get();
-    const bool isReadable = access((store + '/').c_str(), X_OK) == 0 || errno == ENOENT;
+    const std::string store = OneLine(root.get());
+    const bool isReadable = Text(vconf_get_str(key), &std::free) != nullptr || errno == ENOENT;
     Answer answer =
         Local(done, text,
               isReadable ? "No " + what + " is stored in " + store + ": " + advice
                          : "The store " + store + " cannot be read: " + std::strerror(errno) +
                                ". Set VERANTI_STORE to one that can.");
-    answer.json["store"] = store;
+    answer.json["store"] = root.get();
     return answer;
 }
 
@@ -202,24 +203,25 @@ Answer SayWhetherItExists(CVerantiAPI& client, const Options& given) {
     const bool done = client.IsDisclaimerItemExist(given.id, given.product);
     const std::string text = given.id + " exists.";
     return given.product == kTelevision
-               ? Stored(done, text, "term \"" + given.id + '"', "`veranti list` shows the ids.")
+               ? Stored(done, kAgreementsKey, text, "term \"" + given.id + '"',
+                        "`veranti list` shows the ids.")
                : Plain(done, text, NoTerm(given.id));
 }
 
 Answer SayWhetherItIsAgreed(CVerantiAPI& client, const Options& given) {
     int isAgreed = 0;
     client.GetDisclaimerItemAgreement(given.id, &isAgreed, given.product);
-    return Stored(isAgreed != 0, given.id + " is agreed to.", "agreement to " + given.id,
-                  "`veranti agree " + given.id + "` agrees.");
+    return Stored(isAgreed != 0, kAgreementsKey, given.id + " is agreed to.",
+                  "agreement to " + given.id, "`veranti agree " + given.id + "` agrees.");
 }
 
 Answer ShowTitle(CVerantiAPI& client, const Options& given) {
     const int index = given.index.value_or(0);  // an empty text is a number, too
     std::string title;
     const int result = client.GetDisclaimerTitle(title, index);
-    Answer answer =
-        Stored(result == 0, OneLine(title), "title at the index " + std::to_string(index),
-               "give one from 0 on, below the number of the menu's entries.");
+    Answer answer = Stored(result == 0, kTitlesKey, OneLine(title),
+                           "title at the index " + std::to_string(index),
+                           "give one from 0 on, below the number of the menu's entries.");
     answer.json["title"] = title;
     return answer;
 }

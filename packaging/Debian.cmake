@@ -52,6 +52,8 @@ set(at_least "(>= ${PROJECT_VERSION})")
 set(platform "")
 if(VERANTI_HOST_PLATFORM)
     set(platform "veranti-host-platform ${at_least}")
+else()
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONFLICTS veranti-host-platform)  # a set has its own
 endif()
 package(runtime ${library} libs "${platform}"
         "client library of a television's terms-and-conditions service"

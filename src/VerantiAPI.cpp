@@ -29,7 +29,7 @@ GMutex s_Mutex;  // zero is its initial state
 /// so their order shows, and a compiler exchanges stores that do not depend on each other. It is
 /// for the compiler only: no instruction, no atomic operation.
 void KeepStoresInOrder() {
-    std::atomic_signal_fence(std::memory_order_release);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
 /// Holds the mutex while it lives.

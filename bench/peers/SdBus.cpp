@@ -52,6 +52,7 @@ Message CallQueued(sd_bus* bus, const Message& call) {
     while (!reply) {
         ProcessOrWait(bus);
     }
+    Good(-sd_bus_message_get_errno(reply.get()));
     return reply;
 }
 
