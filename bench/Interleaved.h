@@ -1,4 +1,4 @@
-// Measures contenders side by side: each round runs every one once, in turns, so that whatever else
+// Measures contenders side by side: each round runs every one once, in another order, so that whatever else
 // the machine does meets all of them alike.
 #pragma once
 
