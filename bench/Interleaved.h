@@ -1,5 +1,5 @@
-// Measures contenders side by side: each round runs every one once, in another order, so that whatever else
-// the machine does meets all of them alike.
+// Measures contenders side by side: each round runs every one once, in another order, so that
+// whatever else the machine does meets all of them alike.
 #pragma once
 
 #include <functional>
