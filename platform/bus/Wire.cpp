@@ -19,6 +19,7 @@ std::string ToText(const Json::Value& value) {
     static const auto& builder = *[] {
         auto* made = new Json::StreamWriterBuilder();
         (*made)["indentation"] = "";
+        (*made)["commentStyle"] = "None";  // a value keeps those that it was read with
         return made;
     }();
     return Json::writeString(builder, value);
@@ -30,6 +31,7 @@ bool FromText(std::string_view text, Json::Value& value) {
         (*made)["allowComments"] = false;
         (*made)["allowTrailingCommas"] = false;
         (*made)["failIfExtra"] = true;
+        (*made)["stackLimit"] = kMostLevels;
         return made;
     }();
     const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());

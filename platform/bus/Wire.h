@@ -19,10 +19,13 @@ constexpr char kReplyTypes[] = "s";     ///< JSON text
 /// The path of the object that answers for a bus name.
 std::string ObjectPath(std::string_view busName);
 
-/// Compact JSON text, in ASCII: whatever bytes a string holds, the text can travel.
+/// How deep JSON text that is read may be nested: each level takes some of its reader's stack.
+constexpr int kMostLevels = 100;
+
+/// Compact JSON text in ASCII, without comments: whatever bytes a string holds, it can travel.
 std::string ToText(const Json::Value& value);
 
-/// Reads JSON text: one value, no comments, nothing behind it.
+/// Reads JSON text: one value, no comments, nothing behind it, at most kMostLevels deep.
 /// @return false when the text is not that; the value is then untouched.
 bool FromText(std::string_view text, Json::Value& value);
 
