@@ -75,7 +75,8 @@ typedef struct TermsContentItem {
 } TermsContentItem;
 
 /// Receives one disclaimer. The record and all that it points to belong to the library and end with
-/// the call; copy what is needed later, and change or release nothing.
+/// the call; copy what is needed later, and change or release nothing. A callback may call every
+/// function of the library.
 /// @param user_data what the caller passed.
 typedef void (*TermsItemCallback)(TermsContentItem* item, void* user_data);
 

@@ -10,6 +10,8 @@
 /// 4. SendTermsDbusSignal() and SendTermsDbusSyncMessage() as needed,
 /// 5. CloseTermsDbusServer().
 /// Each function that takes a service name finds the server by the handle name or the bus name.
+/// There is no function that listens to signals: g_dbus_connection_signal_subscribe() of GIO does,
+/// and for people `veranti bus listen`.
 ///
 /// The server has one object, whose path is "/" and the bus name with "/" for each ".", and on it
 /// one interface, called like the bus name, with the methods SendMessage(from s, code u, type s,
@@ -24,7 +26,8 @@
 /// - nothing is locked: a process does not create, close and use its server from several threads at
 ///   once, and the running loop counts as a user. Callbacks run on the thread of the main loop,
 ///   that is the loop of the thread-default context of CreateTermsDbusServer()'s caller; close the
-///   server there. A callback may close it, too;
+///   server there. A callback may call every function of this header, also the one that closes its
+///   server, and the terms client's;
 /// - the server uses the process's shared system bus connection. Where that was first made in
 ///   another context than the server's, let the server's context go on until it is idle before you
 ///   close the server of a bus that has gone: an event of the end may still be on its way;
@@ -70,7 +73,8 @@ typedef enum TermsDbusCallbackType VERANTI_ANY_INT {
     TERMS_DBUS_CALLBACK_MESSAGE = 2         ///< a TermsDbusMessageCallback
 } TermsDbusCallbackType;
 
-/// Called when the server has got its bus name; or when it has lost it or does not get it.
+/// Called when the server has got its bus name; or when it has lost it or does not get it. It must
+/// not throw.
 /// @param user_data what was registered.
 typedef void (*TermsDbusNameCallback)(void* user_data);
 
@@ -99,7 +103,8 @@ VERANTI_API int InitiateTermsDbusServer(const char* name);
 /// @param service_name either name of the server.
 /// @param type the slot; a value that is no slot registers nothing.
 /// @param callback the function, of the slot's type; null empties the slot. Without a message
-///   callback each message is answered with empty texts.
+///   callback each message is answered with empty texts. ISO C has no conversion from a function to
+///   void*: with -pedantic write `__extension__(void*) function`.
 /// @param user_data passed to the function.
 VERANTI_API void RegisterTermsDbusCallback(const char* service_name, TermsDbusCallbackType type,
                                            void* callback, void* user_data);
@@ -129,7 +134,8 @@ VERANTI_API int SendTermsDbusSignal(const char* service_name, const char* signal
 /// @param reply an empty record that is filled when the result is 1, also with the other's failure
 ///   message; give it back with ReleaseTermsDbusMessage(). It stays empty, with null texts, when
 ///   the other answers with something else than a message, which gives 1 too. Null gives 0.
-/// @param timeout_ms the longest wait in milliseconds; -1 is GDBus's own limit (25 s).
+/// @param timeout_ms the longest wait in milliseconds; -1 is GDBus's own limit (25 s), and 0 gives
+///   up before an answer can come, though the message is sent.
 VERANTI_API int SendTermsDbusSyncMessage(const char* service_name, const char* destination,
                                          TermsDbusMessage* request, TermsDbusMessage* reply,
                                          int timeout_ms);
