@@ -4,16 +4,23 @@ using System.Runtime.InteropServices;
 namespace Veranti
 {
 /// <summary>The television's terms service, as far as C# applications talk to it.</summary>
-/// <remarks>The library keeps one client for the whole process: have one TermsClient at a time
-/// and dispose of it last. Calls may come from any thread and return with the service's answer,
-/// however long the service takes.</remarks>
+/// <remarks>The library keeps one client for the whole process, which ends with the last
+/// TermsClient. Calls may come from any thread and return with the service's answer, however long
+/// the service takes: never call on the thread of a user interface. A reply of another shape than
+/// the service's ends the process.</remarks>
 public sealed class TermsClient : IDisposable
 {
+    private static readonly object Gate = new object();
+    private static int alive;
     private bool disposed;
 
     public TermsClient()
     {
-        Native.CSharpGetInstance();
+        lock (Gate)
+        {
+            Native.CSharpGetInstance();
+            ++alive;
+        }
     }
 
     /// <summary>Whether the service answers that it is up.</summary>
@@ -26,7 +33,7 @@ public sealed class TermsClient : IDisposable
         }
     }
 
-    /// <summary>Whether the user has agreed to a term.</summary>
+    /// <summary>Whether the user has agreed to a term, for the television itself.</summary>
     public bool IsAgreed(string id)
     {
         CheckAlive();
@@ -50,15 +57,18 @@ public sealed class TermsClient : IDisposable
 
     public void Dispose()
     {
-        if (!disposed)
+        lock (Gate)
         {
+            if (!disposed && --alive == 0)
+            {
+                Native.CSharpDestroy();
+            }
             disposed = true;
-            Native.CSharpDestroy();
         }
     }
 
-    // After its end the library would call through a stale pointer, and a null text would end
-    // the process: neither comes from here.
+    // After its end the library would call through a stale pointer, a null text would end the
+    // process, and of a text with a NUL it would see the part in front: none comes from here.
     private void CheckAlive()
     {
         if (disposed)
@@ -72,6 +82,10 @@ public sealed class TermsClient : IDisposable
         if (text == null)
         {
             throw new ArgumentNullException(name);
+        }
+        if (text.IndexOf('\0') >= 0)
+        {
+            throw new ArgumentException("A text must not hold a NUL.", name);
         }
     }
 
