@@ -26,8 +26,9 @@
 /// - nothing is locked: a process does not create, close and use its server from several threads at
 ///   once, and the running loop counts as a user. Callbacks run on the thread of the main loop,
 ///   that is the loop of the thread-default context of CreateTermsDbusServer()'s caller; close the
-///   server there. A callback may call every function of this header, also the one that closes its
-///   server, and the terms client's;
+///   server there. A callback may call every function of this header and the terms client's. It may
+///   close its server, too: a message's is answered all the same, and the loop goes on when the bus
+///   has the answer, or after 25 s;
 /// - the server uses the process's shared system bus connection. Where that was first made in
 ///   another context than the server's, let the server's context go on until it is idle before you
 ///   close the server of a bus that has gone: an event of the end may still be on its way;

@@ -47,6 +47,18 @@ Value Keep(GVariant* floating) {
     return {g_variant_ref_sink(floating), &g_variant_unref};
 }
 
+/// How often a server gave its connection up on this thread. A callback's own server cannot be
+/// asked when it is gone, and another one may be at its address.
+thread_local unsigned t_nClosings = 0;
+
+/// Waits until the bus has read what was sent before: it answers in order. A bus that stalls is
+/// waited for as long as in any call; g_dbus_connection_flush_sync() has no limit.
+void AwaitDelivery(GDBusConnection* connection) {
+    g_autoptr(GVariant) id = g_dbus_connection_call_sync(
+        connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+}
+
 /// The log's form of a text that may be null; it is sent as an empty one.
 const char* Shown(const char* text) {
     return text != nullptr ? text : "";
@@ -122,7 +134,10 @@ bool TermsDbusServer::CloseDbusServer() {
         m_nRegistrationId = 0;
     }
     g_clear_pointer(&m_pNodeInfo, g_dbus_node_info_unref);
-    g_clear_object(&m_pConnection);
+    if (m_pConnection != nullptr) {
+        g_clear_object(&m_pConnection);
+        ++t_nClosings;
+    }
     return true;
 }
 
@@ -220,7 +235,7 @@ void TermsDbusServer::m_OnNameLost(GDBusConnection* /*connection*/, const char* 
     }
 }
 
-void TermsDbusServer::m_ObjectCallback(GDBusConnection* /*connection*/, const char* /*sender*/,
+void TermsDbusServer::m_ObjectCallback(GDBusConnection* connection, const char* /*sender*/,
                                        const char* /*objectPath*/, const char* /*interfaceName*/,
                                        const char* methodName, GVariant* parameters,
                                        GDBusMethodInvocation* invocation, void* userData) {
@@ -240,18 +255,25 @@ void TermsDbusServer::m_ObjectCallback(GDBusConnection* /*connection*/, const ch
         VERANTI_LOG_BUS_ERROR("Error, MakeParamsToMsgInput fail ");
         return;
     }
+    // The callback may close the server. The connection's last reference drops what is not written.
+    g_autoptr(GDBusConnection) kept = g_object_ref(connection);
+    const unsigned closings = t_nClosings;
     TermsDbusUtil::OwnedMessage reply;
+    bool succeeded = true;
     if (callback != nullptr) {
         VERANTI_LOG_BUS("start to callback func");
-        if (callback(methodName, &request, &reply, callbackData) == 0) {
-            g_dbus_method_invocation_return_value(g_steal_pointer(&unanswered),
-                                                  TermsDbusUtil::MakeFailResponseToParams());
-            return;
-        }
+        succeeded = callback(methodName, &request, &reply, callbackData) != 0;
     }
     g_dbus_method_invocation_return_value(g_steal_pointer(&unanswered),
-                                          TermsDbusUtil::MakeMsgOutputResponseToParams(reply));
-    VERANTI_LOG_BUS("dbus return response");
+                                          succeeded
+                                              ? TermsDbusUtil::MakeMsgOutputResponseToParams(reply)
+                                              : TermsDbusUtil::MakeFailResponseToParams());
+    if (succeeded) {
+        VERANTI_LOG_BUS("dbus return response");
+    }
+    if (closings != t_nClosings) {
+        AwaitDelivery(kept);
+    }
 }
 
 GDBusNodeInfo* TermsDbusServer::m_GetInterfaceInfo(const std::string& interfaceName) {

@@ -55,6 +55,14 @@ bus TermsDbusUtil.cpp MakeParamsToMessage: (suss)
 const std::string kCalledBack =
     "bus TermsDbusServer.cpp m_ObjectCallback: start to callback func\n";
 const std::string kAnswered = "bus TermsDbusServer.cpp m_ObjectCallback: dbus return response\n";
+const std::string kFailure =
+    R"(('', uint32 0, '', '{"dbus_result":"fail","errmsg":"error handling"}', [(byte 0x00,)]))"
+    "\n";
+const std::string kClosed =
+    R"(system TermsAPI.cpp CloseTermsDbusServer: CloseTermsDbusServer Finish, service name [handle]
+trace TermsAPI.cpp m_ReleaseTermsDbusServerInstance: Delete TermsDbusServer instance
+bus TermsDbusServer.cpp ~TermsDbusServer: )"
+    "\n";
 const std::string kCalled =
     "bus TermsDbusServer.cpp SendDbusSyncMessage: from[me] to [com.example.Other] [hello]\n";
 const std::string kReplied =
@@ -125,6 +133,12 @@ int Refuse(const char* method, TermsDbusMessage* request, TermsDbusMessage* repl
     return Echo(method, request, reply, data) + 1;
 }
 
+/// Closes its own server, and succeeds when there is data.
+int Close(const char* method, TermsDbusMessage* request, TermsDbusMessage* reply, void* data) {
+    CloseTermsDbusServer(kHandle);
+    return data != nullptr ? Echo(method, request, reply, data) : 0;
+}
+
 void Count(void* counter) {
     ++*static_cast<int*>(counter);
 }
@@ -139,9 +153,7 @@ class BusServerTest : public testing::Test {
   protected:
     BusServerTest() {
         ThePlatform().Reset();
-        InitiateTermsDbusServer(kHandle);
-        Register(TERMS_DBUS_CALLBACK_NAME_ACQUIRED, &Count, &m_acquired);
-        Register(TERMS_DBUS_CALLBACK_NAME_LOST, &Count, &m_lost);
+        Initiate();
     }
     ~BusServerTest() override {
         if (g_DbusServer != nullptr) {
@@ -150,6 +162,11 @@ class BusServerTest : public testing::Test {
         Serve();
     }
 
+    void Initiate() {
+        InitiateTermsDbusServer(kHandle);
+        Register(TERMS_DBUS_CALLBACK_NAME_ACQUIRED, &Count, &m_acquired);
+        Register(TERMS_DBUS_CALLBACK_NAME_LOST, &Count, &m_lost);
+    }
     /// Serves with Echo().
     void Create() {
         Register(TERMS_DBUS_CALLBACK_MESSAGE, &Echo);
@@ -174,20 +191,22 @@ class BusServerTest : public testing::Test {
     int m_lost = 0;
 };
 
+const std::string kGdbusCall =
+    "gdbus call --system -d com.example.One -o /com/example/One -m com.example.One.SendMessage ";
+
+/// What a program writes while it is served, and the log.
+std::string OutputOf(const std::string& line) {
+    const Outcome run = ServeDuring([&line] { return RunProgram(Words(line)); });
+    return run.output + run.errors + TakeLogs();
+}
+
 TEST_F(BusServerTest, ProgramsThatDoNotKnowItAreAnswered) {
-    const auto output = [](const std::string& line) {
-        const Outcome run = ServeDuring([&line] { return RunProgram(Words(line)); });
-        return run.output + run.errors + TakeLogs();
-    };
-    const std::string gdbus =
-        "gdbus call --system -d com.example.One -o /com/example/One -m "
-        "com.example.One.SendMessage ";
     Create();
-    EXPECT_EQ(output(gdbus + "약관 3 t hello"),
+    EXPECT_EQ(OutputOf(kGdbusCall + "약관 3 t hello"),
               "('약관', uint32 4, 'SendMessage', 'hello', [(byte 0x00,)])\n" + kMessageCame +
                   kCalledBack + kAnswered);
-    EXPECT_EQ(output("busctl call com.example.One /com/example/One com.example.One "
-                     "SendMessageWithBuffer sussa(y) me 3 t hello 3 1 0 255"),
+    EXPECT_EQ(OutputOf("busctl call com.example.One /com/example/One com.example.One "
+                       "SendMessageWithBuffer sussa(y) me 3 t hello 3 1 0 255"),
               R"(sussa(y) "me" 4 "SendMessageWithBuffer" "hello" 3 1 0 255
 bus TermsDbusServer.cpp m_ObjectCallback: get message
 bus TermsDbusUtil.cpp MakeParamsToMsgInput: methodName: SendMessageWithBuffer
@@ -195,17 +214,13 @@ bus TermsDbusUtil.cpp MakeParamsToMessage: (sussa(y))
 bus TermsDbusUtil.cpp MakeParamsToMessage: get data of (sussa(y))
 )" + kCalledBack + kAnswered);
     Register(TERMS_DBUS_CALLBACK_MESSAGE, &Refuse);
-    EXPECT_EQ(
-        output(gdbus + "me 3 t hello"),
-        R"(('', uint32 0, '', '{"dbus_result":"fail","errmsg":"error handling"}', [(byte 0x00,)])
-)" + kMessageCame +
-            kCalledBack);
+    EXPECT_EQ(OutputOf(kGdbusCall + "me 3 t hello"), kFailure + kMessageCame + kCalledBack);
     Register(TERMS_DBUS_CALLBACK_MESSAGE, static_cast<TermsDbusMessageCallback>(nullptr));
-    EXPECT_EQ(output(gdbus + "me 3 t hello"),
+    EXPECT_EQ(OutputOf(kGdbusCall + "me 3 t hello"),
               "('', uint32 0, '', '', [(byte 0x00,)])\n" + kMessageCame + kAnswered);
 
     const std::string interface = Replace(
-        output("gdbus introspect --system -d com.example.One -o /com/example/One"), "\\s+", " ");
+        OutputOf("gdbus introspect --system -d com.example.One -o /com/example/One"), "\\s+", " ");
     EXPECT_NE(interface.find("interface com.example.One { methods: "
                              "SendMessage(in s from, in u code, in s type, in s message, "
                              "out s from, out u code, out s type, out s message, out a* buffer); "
@@ -215,6 +230,19 @@ bus TermsDbusUtil.cpp MakeParamsToMessage: get data of (sussa(y))
                              "signals: properties: }; };"),
               std::string::npos)
         << interface;
+}
+
+TEST_F(BusServerTest, ACallbackThatClosesItsServerIsAnswered) {
+    const std::string answer = "('me', uint32 4, 'SendMessage', 'hello', [(byte 0x00,)])\n";
+    for (int round = 0; round < 40; ++round) {  // half of the answers may arrive by luck
+        const bool succeeds = round % 2 != 0;
+        Create();
+        Register(TERMS_DBUS_CALLBACK_MESSAGE, &Close, succeeds ? this : nullptr);
+        EXPECT_EQ(OutputOf(kGdbusCall + "me 3 t hello"), (succeeds ? answer : kFailure) +
+                                                             kMessageCame + kCalledBack + kClosed +
+                                                             (succeeds ? kAnswered : ""));
+        Initiate();
+    }
 }
 
 TEST_F(BusServerTest, EachStepOfCreationIsLoggedUpToTheOneThatFails) {
@@ -482,11 +510,7 @@ system TermsAPI.cpp CloseTermsDbusServer: CloseTermsDbusServer fail !!! service 
     EXPECT_EQ(Of(registers(kName, -1)), R"(0
 system TermsAPI.cpp RegisterTermsDbusCallback: RegisterTermsDbusCallback Finish, type [-1]
 )");
-    EXPECT_EQ(Of(CloseTermsDbusServer(kHandle)), R"(1
-system TermsAPI.cpp CloseTermsDbusServer: CloseTermsDbusServer Finish, service name [handle]
-trace TermsAPI.cpp m_ReleaseTermsDbusServerInstance: Delete TermsDbusServer instance
-bus TermsDbusServer.cpp ~TermsDbusServer: )"
-                                                 "\n");
+    EXPECT_EQ(Of(CloseTermsDbusServer(kHandle)), "1\n" + kClosed);
     EXPECT_EQ(g_DbusServer, nullptr);
     EXPECT_EQ(Of(SendTermsDbusSignal(kName, "S", &message)), unknown + kName + '\n');
     EXPECT_EQ(Of(CreateTermsDbusServer(kName)), R"(0
