@@ -1,6 +1,7 @@
 #include "dlog.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -13,10 +14,32 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Escape.h"
+#include "Write.h"
+
+// Formats are searched for colours before they are used.
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
 
 namespace {
+
+/// A call is not given up half-way, with a lock held or signals blocked.
+class CancellationHold {
+  public:
+    CancellationHold() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
+    ~CancellationHold() { pthread_setcancelstate(m_before, nullptr); }
+    CancellationHold(const CancellationHold&) = delete;
+    CancellationHold& operator=(const CancellationHold&) = delete;
+
+  private:
+    int m_before = 0;
+};
 
 struct Level {
     const char* name;
@@ -77,6 +100,10 @@ const char* OpenFile(Sink& sink, const char* path) {
     return nullptr;
 }
 
+void Complain(const char* what, const char* value, const std::string& mend) {
+    Write(STDERR_FILENO, std::string(what) + " \"" + Escaped(value) + '"' + mend + '\n');
+}
+
 void ReadSinkName(Sink& sink) {
     const char* name = secure_getenv("VERANTI_LOG");
     if (name == nullptr || *name == '\0') {
@@ -92,10 +119,9 @@ void ReadSinkName(Sink& sink) {
     }
     const char* const cause = OpenFile(sink, name);
     if (cause != nullptr) {
-        std::fprintf(stderr,
-                     "VERANTI_LOG: cannot append to \"%s\" (%s); set it to stderr, off or the path "
-                     "of a writable file. Logging to syslog.\n",
-                     name, cause);
+        Complain("VERANTI_LOG: cannot append to", name,
+                 std::string(" (") + cause +
+                     "); set it to stderr, off or the path of a writable file. Logging to syslog.");
     }
 }
 
@@ -111,15 +137,17 @@ void ReadLeastLevel(Sink& sink) {
         sink.leastLevel = static_cast<std::size_t>(level - kLevels.begin());
         return;
     }
-    std::fprintf(stderr,
-                 "VERANTI_LOG_LEVEL: \"%s\" is not a level; set it to debug, info, warning or "
-                 "error. Logging everything.\n",
-                 name);
+    Complain("VERANTI_LOG_LEVEL:", name,
+             " is not a level; set it to debug, info, warning or error. Logging everything.");
 }
+
+std::mutex g_line;  // held while a line is written: a socket takes a line piece by piece
 
 const Sink& TheSink() {
     static const Sink sink = [] {
         Sink made;
+        // A thread that wrote at the fork is not in the child, and does not unlock there.
+        pthread_atfork(nullptr, nullptr, [] { new (&g_line) std::mutex; });
         ReadSinkName(made);
         ReadLeastLevel(made);
         return made;
@@ -128,30 +156,57 @@ const Sink& TheSink() {
 }
 
 __attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
+    std::string text(255, '\0');
+    bool whole = false;
+    while (!whole) {
+        va_list again;
+        va_copy(again, arguments);
+        const int length = std::vsnprintf(text.data(), text.size() + 1, format, again);
+        va_end(again);
+        const auto size = static_cast<std::size_t>(std::max(length, 0));
+        whole = size <= text.size();
+        text.resize(size);
+    }
     return text;
 }
 
-/// Removes "ESC [ digits and semicolons m".
-std::string WithoutColours(const std::string& text) {
-    std::string plain;
-    plain.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text.compare(i, 2, "\033[") == 0) {
-            const std::size_t end = text.find_first_not_of("0123456789;", i + 2);
-            if (end != std::string::npos && text[end] == 'm') {
-                i = end;
-                continue;
-            }
-        }
-        plain += text[i];
+/// The bytes of "ESC [ digits and semicolons m" at a text's beginning, or 0.
+std::size_t ColourBytes(std::string_view text) {
+    if (text.substr(0, 2) != "\033[") {
+        return 0;
     }
-    return plain;
+    const std::size_t end = text.find_first_not_of("0123456789;", 2);
+    return end != std::string_view::npos && text[end] == 'm' ? end + 1 : 0;
+}
+
+/// The message, escaped. Only colours of the format are colours: what an argument has is text.
+__attribute__((format(printf, 1, 0))) std::string Message(const char* format, va_list arguments,
+                                                          bool coloured) {
+    std::string plainFormat;
+    std::vector<std::pair<std::size_t, std::string_view>> colours;  // each behind so many bytes
+    for (std::string_view rest = format; !rest.empty();) {
+        const std::size_t colour = ColourBytes(rest);
+        if (colour == 0) {
+            plainFormat += rest.front();
+        } else if (coloured) {
+            colours.emplace_back(Format(plainFormat.c_str(), arguments).size(),
+                                 rest.substr(0, colour));
+        }
+        rest.remove_prefix(std::max<std::size_t>(colour, 1));
+    }
+    std::string text = Format(plainFormat.c_str(), arguments);
+    if (!text.empty() && text.back() == '\n') {
+        text.pop_back();
+    }
+    std::string message;
+    std::size_t done = 0;
+    for (const auto& [end, colour] : colours) {
+        const std::size_t length = std::max(done, std::min(end, text.size())) - done;
+        message += Escaped(std::string_view(text).substr(done, length));
+        message += colour;
+        done += length;
+    }
+    return message + Escaped(std::string_view(text).substr(done));
 }
 
 std::string BufferName(int logId) {
@@ -167,45 +222,43 @@ std::string BufferName(int logId) {
 
 int WriteLine(const Sink& sink, std::string line) {
     if (line.size() > sink.longestLine) {
-        line.replace(sink.longestLine - 4, std::string::npos, "...\n");
+        std::size_t end = sink.longestLine - 4;
+        while ((line[end] & 0xc0) == 0x80) {
+            --end;  // not within a character
+        }
+        line.resize(end);
+        line += "...\n";
     }
-    ssize_t written = -1;
-    do {
-        written = write(sink.descriptor, line.data(), line.size());
-    } while (written < 0 && errno == EINTR);
-    return written < 0 ? -errno : static_cast<int>(written);
+    const std::lock_guard lock(g_line);
+    return Write(sink.descriptor, line);
 }
 
-int Print(const Sink& sink, int logId, int priority, const char* tag, std::string message) {
+int Print(const Sink& sink, int logId, int priority, const char* tag, const std::string& message) {
     const Level& level = kLevels.at(LevelIndex(priority));
-    if (!sink.terminal) {
-        message = WithoutColours(message);
-    }
-    if (!message.empty() && message.back() == '\n') {
-        message.pop_back();
-    }
+    const std::string writer = Escaped(tag);
     if (sink.kind == Sink::Kind::Syslog) {
-        syslog(level.syslogPriority, "%s %s: %s", BufferName(logId).c_str(), tag, message.c_str());
+        syslog(level.syslogPriority, "%s %s: %s", BufferName(logId).c_str(), writer.c_str(),
+               message.c_str());
         return static_cast<int>(message.size());
     }
-    std::string line = BufferName(logId) + ' ' + level.letter + ' ' + tag + '[' +
-                       std::to_string(getpid()) + "]: " + message + '\n';
-    return WriteLine(sink, std::move(line));
+    return WriteLine(sink, BufferName(logId) + ' ' + level.letter + ' ' + writer + '[' +
+                               std::to_string(getpid()) + "]: " + message + '\n');
 }
 
 }  // namespace
 
 int __dlog_print(int log_id, int priority, const char* tag, const char* format, ...) {
     const int savedErrno = errno;
+    const CancellationHold hold;
     int result = 0;
     try {
         const Sink& sink = TheSink();
         if (sink.kind != Sink::Kind::Off && LevelIndex(priority) >= sink.leastLevel) {
             va_list arguments;
             va_start(arguments, format);
-            std::string message = Format(format, arguments);
+            const std::string message = Message(format, arguments, sink.terminal);
             va_end(arguments);
-            result = Print(sink, log_id, priority, tag != nullptr ? tag : "", std::move(message));
+            result = Print(sink, log_id, priority, tag != nullptr ? tag : "", message);
         }
     } catch (const std::bad_alloc&) {
         result = -ENOMEM;

@@ -10,7 +10,17 @@
 ///
 /// Each line is one write, so lines of several threads and processes do not mix. Where standard
 /// error is a pipe, on which only PIPE_BUF bytes are written in one piece, a longer line is cut
-/// there. Colour codes reach a terminal and are removed everywhere else.
+/// there. A stream socket takes a line in pieces: there lines of one process do not mix.
+///
+/// The format's colour codes reach a terminal and are removed everywhere else. All other control
+/// characters are escaped, in syslog too, so that a text forges no line and commands no terminal:
+/// \n, \r, \t, \x1b for ASCII's; \u009b, \u202e for Unicode's (C1, directions, line and paragraph
+/// separators); \xff for a byte that is no UTF-8. A text's own backslash stays as it is.
+///
+/// A sink that takes no lines (a full pipe that nobody reads, a stopped terminal) stalls the
+/// program at its next line, and pthread_cancel waits with it. Standard error that does not block
+/// loses the line instead. A sink that fails costs the line and nothing else: the program gets no
+/// SIGPIPE or SIGXFSZ of it.
 #pragma once
 
 #pragma GCC visibility push(default)
@@ -19,7 +29,7 @@
 extern "C" {
 #endif
 
-/// Writes one line.
+/// Writes one line. Not for signal handlers.
 /// @param log_id the log buffer: 0 main, 2 system; others are written with their number.
 /// @param priority 3 debug, 4 info, 5 warning, 6 error; less counts as debug, more as error.
 /// @param tag names the writer; null is an empty tag.

@@ -2,10 +2,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,8 +17,9 @@
 
 namespace {
 
-Arguments Writer(const std::string& sink, const std::string& level, const char* threads = "0") {
-    return {"env", "VERANTI_LOG=" + sink, "VERANTI_LOG_LEVEL=" + level, LOG_WRITER_PATH, threads};
+Arguments Writer(const std::string& sink, const std::string& level, const Arguments& what = {"0"}) {
+    return Arguments{"env", "VERANTI_LOG=" + sink, "VERANTI_LOG_LEVEL=" + level, LOG_WRITER_PATH} +
+           what;
 }
 
 /// Without the "[pid]".
@@ -90,24 +93,108 @@ TEST(LogTest, AnythingButAFileOrATerminalIsLeftAlone) {
     close(reader.fd);
 }
 
+/// What a writer shows on a terminal.
+std::string OnTerminal(bool byPath, const Arguments& what) {
+    const Descriptor terminal{posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    EXPECT_EQ(grantpt(terminal.number), 0);
+    EXPECT_EQ(unlockpt(terminal.number), 0);
+    const std::string path = ptsname(terminal.number);
+    Program writer(Writer(byPath ? path : "stderr", "debug", what),
+                   byPath ? -1 : open(path.c_str(), O_RDWR | O_NOCTTY));
+    std::string text = ReadToTheEnd(terminal.number);
+    EXPECT_EQ(writer.Wait(), 0);
+    return text;
+}
+
 TEST(LogTest, ATerminalGetsEveryLineWithItsColours) {
     for (const bool byPath : {false, true}) {
-        const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        ASSERT_EQ(grantpt(terminal), 0);
-        ASSERT_EQ(unlockpt(terminal), 0);
-        const std::string path = ptsname(terminal);
-        Program writer(Writer(byPath ? path : "stderr", "debug", "1"),
-                       byPath ? -1 : open(path.c_str(), O_RDWR | O_NOCTTY));
-        const std::string text = ReadToTheEnd(terminal);
-        close(terminal);
-        EXPECT_EQ(writer.Wait(), 0);
-        EXPECT_NE(text.find("]: \033[32m<"), std::string::npos) << path;
-        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 200) << path;
+        const std::string text = OnTerminal(byPath, {"1"});
+        EXPECT_NE(text.find("]: \033[32m<"), std::string::npos) << byPath;
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 200) << byPath;
     }
 }
 
+TEST(LogTest, NoTextForgesALineOrCommandsATerminal) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"a\nmain I T[1]: b", R"(a\nmain I T[1]: b)"},
+        {"end\n", R"(end\n)"},
+        {"\033[31mred\033[0m\a\r\t\x7f", R"(\x1b[31mred\x1b[0m\x07\r\t\x7f)"},
+        {"\u0080\u009b31m\u00a0\u00e9", "\\u0080\\u009b31m\u00a0\u00e9"},
+        {"\u061c\u200d\u200e\u200f\u2010", "\\u061c\u200d\\u200e\\u200f\u2010"},
+        {"\u2027\u2028\u202e\u202c\u202f", "\u2027\\u2028\\u202e\\u202c\u202f"},
+        {"\u2065\u2066\u2069\u206a", "\u2065\\u2066\\u2069\u206a"},
+        {"\U0001f600 \U0010ffff \\ %s", "\U0001f600 \U0010ffff \\ %s"},
+        {"\x9b \xc0\x8a \xe2\x80", R"(\x9b \xc0\x8a \xe2\x80)"},
+        {"\xed\xa0\x80 \xf4\x90\x80\x80 \xf8", R"(\xed\xa0\x80 \xf4\x90\x80\x80 \xf8)"},
+    };
+    Arguments say{"say"};
+    for (const auto& [text, shown] : cases) {
+        say.emplace_back(text);
+    }
+    std::istringstream inSyslog(RunProgram(Writer("", "", say)).output);
+    std::istringstream inFile(RunProgram(Writer("stderr", "", say)).errors);
+    std::istringstream onTerminal(OnTerminal(false, say));
+    const auto expectLine = [](std::istream& lines, const std::string& message) {
+        std::string line;
+        std::getline(lines, line);
+        EXPECT_EQ(line.erase(0, line.find(": F")), ": F.cpp: f(7) > " + message);
+    };
+    for (const auto& [text, shown] : cases) {
+        expectLine(inSyslog, shown);
+        expectLine(inFile, shown);
+        expectLine(onTerminal, std::string("\033[37m") + shown + "\033[0m\r");
+    }
+}
+
+/// A socket or pipe to write to, and the end to read from.
+std::array<int, 2> Connected(bool socket) {
+    std::array<int, 2> ends{};
+    if (socket) {
+        const int little = 1;
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+        setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &little, sizeof little);
+    } else {
+        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    }
+    return ends;
+}
+
+TEST(LogTest, ASinkThatFailsIsAnErrorAndNoSignal) {
+    const TemporaryFolder folder;
+    enum Broken { kNothing, kPipe, kSocket };
+    const struct {
+        Broken standardError;
+        std::string sink;
+        const char* output;
+    } cases[] = {{kPipe, "stderr", "-32 same\n"},
+                 {kSocket, "stderr", "-32 same\n"},
+                 {kNothing, folder.Path() + "/log", "-27 same\n"},
+                 {kPipe, "/dev/null/x", "syslog 6 main T: F.cpp: f(7) > text\n18 same\n"}};
+    for (const auto& [standardError, sink, output] : cases) {
+        for (const char* pending : {"0", "1"}) {
+            std::array<int, 2> ends{-1, -1};
+            if (standardError != kNothing) {
+                ends = Connected(standardError == kSocket);
+                close(ends[0]);
+            }
+            Program writer(
+                Arguments{"prlimit", "--fsize=10"} + Writer(sink, "", {"state", pending}), ends[1]);
+            EXPECT_EQ(writer.Wait(), 0) << standardError << sink << pending;
+            EXPECT_EQ(writer.ReadAll(), output) << standardError << sink << pending;
+        }
+    }
+}
+
+TEST(LogTest, AForkedChildWritesThoughAThreadWasStuck) {
+    const std::array<int, 2> ends = Connected(true);
+    const Descriptor reader{ends[0]};
+    EXPECT_EQ(Program(Writer("stderr", "", {"fork"}), ends[1]).Wait(), 0)
+        << "the child waits for a thread that it does not have";
+}
+
 /// Every line is whole: one letter throughout, between its brackets, or cut with dots.
-void ExpectWholeLines(std::istream& lines, int expected) {
+/// @return how many there are.
+int WholeLines(std::istream&& lines) {
     int seen = 0;
     for (std::string line; std::getline(lines, line); ++seen) {
         const std::size_t begin = line.find('<') + 1;
@@ -115,25 +202,34 @@ void ExpectWholeLines(std::istream& lines, int expected) {
         const std::string rest = line.substr(end);
         EXPECT_TRUE(rest == ">" || rest == "..." || line.substr(begin) == ">") << line;
     }
-    EXPECT_EQ(seen, expected);
+    return seen;
 }
 
 TEST(LogTest, LinesOfThreadsAndProcessesDoNotMix) {
     const TemporaryFolder folder;
     const std::string file = folder.Path() + "/log";
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    Program first(Writer(file, "debug", "4"));
-    Program second(Writer(file, "debug", "4"));
-    Program third(Writer("stderr", "debug", "4"), dup(ends[1]));
-    Program fourth(Writer("stderr", "debug", "4"), ends[1]);
-    std::istringstream inPipe(ReadToTheEnd(ends[0]));
-    close(ends[0]);
+    const std::array<int, 2> ends = Connected(false);
+    const Descriptor reader{ends[0]};
+    Program first(Writer(file, "debug", {"4"}));
+    Program second(Writer(file, "debug", {"4"}));
+    Program third(Writer("stderr", "debug", {"4"}), dup(ends[1]));
+    Program fourth(Writer("stderr", "debug", {"4"}), ends[1]);
+    EXPECT_EQ(WholeLines(std::istringstream(ReadToTheEnd(reader.number))), 1600);
     EXPECT_EQ(first.Wait() + second.Wait() + third.Wait() + fourth.Wait(), 0);
-    std::ifstream inFile(file);
-    ExpectWholeLines(inFile, 1600);
-    ExpectWholeLines(inPipe, 1600);
+    EXPECT_EQ(WholeLines(std::ifstream(file)), 1600);
     EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+}
+
+TEST(LogTest, LinesOfThreadsDoNotMixOnASocket) {
+    for (const bool waits : {true, false}) {  // else what finds no room is lost, whole
+        const std::array<int, 2> ends = Connected(true);
+        const Descriptor reader{ends[0]};
+        fcntl(ends[1], F_SETFL, waits ? 0 : O_NONBLOCK);
+        Program writer(Writer("stderr", "debug", {"4"}), ends[1]);
+        const int lines = WholeLines(std::istringstream(ReadToTheEnd(reader.number)));
+        EXPECT_GE(lines, waits ? 800 : 1);
+        EXPECT_EQ(writer.Wait(), 0);
+    }
 }
 
 }  // namespace

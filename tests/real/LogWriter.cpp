@@ -1,13 +1,25 @@
 // log-writer THREADS: writes 200 log lines from each of its threads; a line of each priority when
-// there are none. Its own syslog() stands in front of the machine's and shows what would have gone
-// there.
+// there are none.
+// log-writer say TEXT...: a line for each text, as the library writes it.
+// log-writer state PENDING: one line, and prints its result and whether the signals are as before;
+// PENDING 1 has SIGPIPE and SIGXFSZ pending already.
+// log-writer fork: a child's line while a thread is stuck in one; its standard error is a socket.
+//
+// Its own syslog() stands in front of the machine's and shows what would have gone there.
 #include <dlog.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
 #include <syslog.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
@@ -22,7 +34,80 @@ extern "C" void syslog(int priority, const char* format, ...) {
     va_end(arguments);
 }
 
-int main(int /*argc*/, char** argv) {
+namespace {
+
+int Say(const char* text) {
+    return __dlog_print(0, 4, "T", "%s: %s(%d) > \033[37m%s\033[0m\n", "F.cpp", "f", 7, text);
+}
+
+struct Signals {
+    sigset_t mask{};
+    sigset_t pending{};
+    struct sigaction pipe {};
+    struct sigaction limit {};
+};
+
+Signals ReadSignals() {
+    Signals all;
+    pthread_sigmask(SIG_BLOCK, nullptr, &all.mask);
+    sigpending(&all.pending);
+    sigaction(SIGPIPE, nullptr, &all.pipe);
+    sigaction(SIGXFSZ, nullptr, &all.limit);
+    return all;
+}
+
+void ShowState(bool pending) {
+    if (pending) {
+        sigset_t both{};
+        sigaddset(&both, SIGPIPE);
+        sigaddset(&both, SIGXFSZ);
+        pthread_sigmask(SIG_BLOCK, &both, nullptr);
+        raise(SIGPIPE);
+        raise(SIGXFSZ);
+    }
+    const Signals before = ReadSignals();
+    const int result = Say("text");
+    const Signals after = ReadSignals();
+    const bool same = std::memcmp(&before.mask, &after.mask, sizeof before.mask) == 0 &&
+                      std::memcmp(&before.pending, &after.pending, sizeof before.pending) == 0 &&
+                      before.pipe.sa_handler == after.pipe.sa_handler &&
+                      before.limit.sa_handler == after.limit.sa_handler;
+    std::printf("%d %s\n", result, same ? "same" : "changed");
+}
+
+int Fork() {
+    std::thread([] { Say(std::string(1U << 20U, 'x').c_str()); }).detach();
+    for (pollfd room{STDERR_FILENO, POLLOUT, 0}; poll(&room, 1, 0) == 1;) {
+        std::this_thread::yield();
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(30);  // only a hang takes as long
+        dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+        _exit(Say("text") > 0 ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    _exit(status == 0 ? 0 : 1);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string mode = argv[1];
+    if (mode == "state") {
+        ShowState(*argv[2] == '1');
+        return 0;
+    }
+    if (mode == "fork") {
+        return Fork();
+    }
+    if (mode == "say") {
+        for (int i = 2; i < argc; ++i) {
+            Say(argv[i]);
+        }
+        return 0;
+    }
     const int threads = std::stoi(argv[1]);
     if (threads == 0) {
         __dlog_print(0, 3, "T", "\033[37mdebug\033[0m\n");
