@@ -21,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "Cancellation.h"
 #include "Escape.h"
 #include "Write.h"
 
@@ -28,18 +29,6 @@
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 
 namespace {
-
-/// A call is not given up half-way, with a lock held or signals blocked.
-class CancellationHold {
-  public:
-    CancellationHold() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
-    ~CancellationHold() { pthread_setcancelstate(m_before, nullptr); }
-    CancellationHold(const CancellationHold&) = delete;
-    CancellationHold& operator=(const CancellationHold&) = delete;
-
-  private:
-    int m_before = 0;
-};
 
 struct Level {
     const char* name;
@@ -248,8 +237,8 @@ int Print(const Sink& sink, int logId, int priority, const char* tag, const std:
 }  // namespace
 
 int __dlog_print(int log_id, int priority, const char* tag, const char* format, ...) {
+    const Cancellation::CHold hold;
     const int savedErrno = errno;
-    const CancellationHold hold;
     int result = 0;
     try {
         const Sink& sink = TheSink();

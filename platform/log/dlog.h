@@ -18,9 +18,9 @@
 /// separators); \xff for a byte that is no UTF-8. A text's own backslash stays as it is.
 ///
 /// A sink that takes no lines (a full pipe that nobody reads, a stopped terminal) stalls the
-/// program at its next line, and pthread_cancel waits with it. Standard error that does not block
-/// loses the line instead. A sink that fails costs the line and nothing else: the program gets no
-/// SIGPIPE or SIGXFSZ of it.
+/// program at its next line, and pthread_cancel, which ends no thread in here, waits with it.
+/// Standard error that does not block loses the line instead. A sink that fails costs the line and
+/// nothing else: the program gets no SIGPIPE or SIGXFSZ of it.
 #pragma once
 
 #pragma GCC visibility push(default)
