@@ -14,6 +14,13 @@
 ///   std::bad_alloc, Json::Exception for a reply that is shaped otherwise) passes through the
 ///   function. A C++ caller can catch it; in a C program it ends the process.
 ///
+/// pthread_cancel() gives a call up. The thread ends while it waits for an answer, or in a callback
+/// of its own, and nowhere else in a call: the connection is closed, no lock stays taken, and what
+/// the service was asked may be done or not. A request that comes later than the answer ends the
+/// thread at the call's next wait, else behind the call. A thread that has cancellation disabled
+/// keeps its call, and the asynchronous type of cancellation must not be set. On a set it is the
+/// set's framework that decides where in its wait a thread ends, and what it then leaves.
+///
 /// Once loaded the library stays so: the client, and the thread of TriggerTermsService(), live on
 /// over dlclose() and dlopen().
 ///
@@ -149,8 +156,8 @@ VERANTI_API void GetDisclaimerDetail(const char* id, TermsItemCallback callback,
 /// Fetches all disclaimers of a requester and shows them to the callback, once.
 ///
 /// The client's own records behind the list, one for each disclaimer, are never released: each call
-/// leaves that many behind. A process that asks often uses CVerantiAPI::GetDisclaimerDetails(),
-/// whose caller owns the records.
+/// leaves that many behind, one that is given up those that it had. A process that asks often uses
+/// CVerantiAPI::GetDisclaimerDetails(), whose caller owns the records.
 /// @param requester whose list.
 /// @param callback null is allowed. Not called for an empty list.
 /// @param user_data passed to the callback.

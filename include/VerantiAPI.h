@@ -17,6 +17,9 @@
 ///   raises Json::Exception, and the connection is closed when it reaches the caller;
 /// - texts are UTF-8 and are copied; nothing that is passed in has to outlive the call.
 ///
+/// pthread_cancel() gives a call up, as TermsAPI.h says. The thread then unwinds from the wait
+/// through its caller, whose destructors run; a catch (...) on that way must throw it on.
+///
 /// Once loaded the library stays so: the instance lives on over dlclose() and dlopen().
 ///
 /// What the library logs is listed in [docs/log.md](docs/log.md).

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "Cancellation.h"
 #include "Log.h"
 #include "TermsProtocol.h"
 
@@ -13,28 +14,33 @@
 CVerantiAPI* pThis = nullptr;
 
 void* CSharpGetInstance(void) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_BRIDGE("CVerantiAPI::GetInstance");
     pThis = CVerantiAPI::GetInstance();
     return pThis;
 }
 
 void CSharpDestroy(void) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_BRIDGE("CVerantiAPI::Destroy");
     CVerantiAPI::Destroy();
 }
 
 int CSharpIsServiceAvailable(void) {
+    const Cancellation::CHold hold;
     const int available = pThis->IsServiceAvailable() ? 1 : 0;
     VERANTI_LOG_BRIDGE("%d", available);
     return available;
 }
 
 int CSharpSetDisclaimerItemAgreement(const char* strItemId, int isAgreed, const char* productType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_BRIDGE("strItemId, =%s, isagreed =%d", strItemId, isAgreed);
     return pThis->SetDisclaimerItemAgreement(strItemId, isAgreed, productType) ? 1 : 0;
 }
 
 int CSharpGetDisclaimerItemAgreement(const char* strItemId, int* pIsAgreed) {
+    const Cancellation::CHold hold;
     const int result = pThis->GetDisclaimerItemAgreement(strItemId, pIsAgreed, kTelevision);
     // Where the answer went, not the answer: the address, as far as an int shows it.
     VERANTI_LOG_BRIDGE("strItemId, =%s, isagreed =%d", strItemId,

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "Cancellation.h"
 #include "JsonText.h"
 #include "Log.h"
 #include "TermsAPIInternal.h"
@@ -105,27 +106,32 @@ void DestroyTermItem(TermsContentItem* item) {
 // The terms, as in TermsAPI.h
 
 void InitailizeTermsContentItem(TermsContentItem* item) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     *item = TermsContentItem();
 }
 
 int IsServiceAvailable(void) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     return CVerantiAPI::GetInstance()->IsServiceAvailable() ? 1 : 0;
 }
 
 void m_TriggerTermsServiceAsync() {
+    const Cancellation::CHold hold;
     VERANTI_LOG_DEBUG("");
     const int available = IsServiceAvailable();
     VERANTI_LOG_SYSTEM("IsServiceAvailable %s", available != 0 ? "true" : "false");
 }
 
 void TriggerTermsService(void) {
+    const Cancellation::CHold hold;
     std::thread(m_TriggerTermsServiceAsync).detach();
     VERANTI_LOG_SYSTEM("Finish Trigger Terms Service");
 }
 
 int RequestUpdateDisclaimers(const char* requester) {
+    const Cancellation::CHold hold;
     if (requester == nullptr) {
         VERANTI_LOG_INFO("empty requester");
         return 0;
@@ -136,16 +142,19 @@ int RequestUpdateDisclaimers(const char* requester) {
 }
 
 void SetDisclaimerItemAgreement(const char* id, int agreed) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     CVerantiAPI::GetInstance()->SetDisclaimerItemAgreement(id, agreed, kTelevision);
 }
 
 int IsDisclaimerItemExist(const char* id) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     return CVerantiAPI::GetInstance()->IsDisclaimerItemExist(id, kTelevision) ? 1 : 0;
 }
 
 int GetDisclaimerItemAgreement(const char* id) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     int agreed = 0;
     CVerantiAPI::GetInstance()->GetDisclaimerItemAgreement(id, &agreed, kTelevision);
@@ -153,6 +162,7 @@ int GetDisclaimerItemAgreement(const char* id) {
 }
 
 int SetDisclaimerItemsAgreements(const char* agreements) {
+    const Cancellation::CHold hold;
     if (agreements == nullptr) {
         VERANTI_LOG_INFO("empty agreements");
         return 0;
@@ -167,6 +177,7 @@ int SetDisclaimerItemsAgreements(const char* agreements) {
 }
 
 char* GetInfoForDisclaimerWebView(void) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     Json::Value header;
     CVerantiAPI::GetInstance()->GetInformationForDisclaimerWebView(header);
@@ -183,6 +194,7 @@ char* GetInfoForDisclaimerWebView(void) {
 }
 
 void GetDisclaimerDetail(const char* id, TermsItemCallback callback, void* user_data) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     Item item;
     CVerantiAPI::GetInstance()->GetDisclaimerDetail(id, item, kTelevision);
@@ -195,6 +207,7 @@ void GetDisclaimerDetail(const char* id, TermsItemCallback callback, void* user_
     const std::unique_ptr<Record, decltype(&DestroyTermItem)> contents(record.get(),
                                                                        &DestroyTermItem);
     if (callback != nullptr) {
+        const Cancellation::CRelease whileItRuns;
         callback(record.get(), user_data);
     }
 }
@@ -250,6 +263,7 @@ void CTermsRecords::Fill(const std::vector<Item*>& items) {
 
 void GetAllDisclaimerDetail(TermsRequester requester, TermsItemListCallback callback,
                             void* user_data) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     const EHomeDisclaimerRequester mapped = GetRequesterType(requester);
     // The client's records stay behind when the list goes: what this call gives back is settled on
@@ -266,6 +280,7 @@ void GetAllDisclaimerDetail(TermsRequester requester, TermsItemListCallback call
     VERANTI_LOG_INFO("numofTerms[%d]", count);
     records.Fill(items);
     if (callback != nullptr) {
+        const Cancellation::CRelease whileItRuns;
         callback(records.Array(), count, user_data);
     }
 }

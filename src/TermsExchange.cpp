@@ -1,5 +1,6 @@
 #include "TermsExchange.h"
 
+#include "Cancellation.h"
 #include "TermsProtocol.h"
 
 CTermsProxyGuard::~CTermsProxyGuard() {
@@ -22,6 +23,7 @@ CTermsExchange::Connection::Connection()
 }
 
 bool CTermsExchange::m_SendTermsRequest() {
+    const Cancellation::CRelease whileItWaits;  // where in there is the framework's to decide
     return m_Connection.m_pServer->SendMessage(kTermsService, &m_Request, true, &m_Reply,
                                                Platform::kNoTimeLimit);
 }

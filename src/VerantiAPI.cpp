@@ -10,6 +10,7 @@
 #include <utility>
 #include <variant>
 
+#include "Cancellation.h"
 #include "DisclaimerFields.h"
 #include "JsonText.h"
 #include "Log.h"
@@ -39,6 +40,9 @@ class CInstanceLock {
     ~CInstanceLock() { g_mutex_unlock(&s_Mutex); }
     CInstanceLock(const CInstanceLock&) = delete;
     CInstanceLock& operator=(const CInstanceLock&) = delete;
+
+  private:
+    const Cancellation::CHold m_Hold;
 };
 
 const char* BoolText(bool value) {
@@ -245,6 +249,7 @@ void CVerantiAPI::m_FinalProxy() {}
 // The service itself
 
 bool CVerantiAPI::IsServiceAvailable() {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("IsServiceAvailable");
     CTermsExchange exchange;
     exchange.RequestBody()["method"] = "is service available";
@@ -254,6 +259,7 @@ bool CVerantiAPI::IsServiceAvailable() {
 }
 
 bool CVerantiAPI::DravikCheck(int& errorCode, int& errorReason) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
@@ -264,6 +270,7 @@ bool CVerantiAPI::DravikCheck(int& errorCode, int& errorReason) {
 }
 
 bool CVerantiAPI::DravikCheck(int& errorCode, int& errorReason, std::string& errorMessage) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
@@ -278,6 +285,7 @@ bool CVerantiAPI::DravikCheck(int& errorCode, int& errorReason, std::string& err
 }
 
 bool CVerantiAPI::RequestResetNimbra() {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
     VERANTI_LOG_INFO("RequestResetNimbra called");
@@ -287,6 +295,7 @@ bool CVerantiAPI::RequestResetNimbra() {
 // Country and supply of terms
 
 bool CVerantiAPI::SetCountryCode(const std::string& countryCode) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
     return SendAndCheck("set country code",
@@ -294,12 +303,14 @@ bool CVerantiAPI::SetCountryCode(const std::string& countryCode) {
 }
 
 bool CVerantiAPI::RequestCountryCodeList() {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
     return SendAndCheck("request country code list", {{"data", Json::nullValue}});
 }
 
 bool CVerantiAPI::RequestDisclaimersRESTAPI(std::string requestFrom, std::string terms) {
+    const Cancellation::CHold hold;
     IsServiceAvailable();
 
     CTermsExchange exchange;
@@ -316,6 +327,7 @@ bool CVerantiAPI::RequestDisclaimersRESTAPI(std::string requestFrom, std::string
 }
 
 bool CVerantiAPI::RequestDisclaimerID(std::string productType, bool otherPage) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
     return SendAndCheck("request disclaimerid", {{"product_type", productType},
@@ -325,6 +337,7 @@ bool CVerantiAPI::RequestDisclaimerID(std::string productType, bool otherPage) {
 }
 
 bool CVerantiAPI::RequestUpdateDisclaimers(std::string productType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
     return SendAndCheck("request update disclaimers", {{"product_type", productType},
@@ -335,18 +348,21 @@ bool CVerantiAPI::RequestUpdateDisclaimers(std::string productType) {
 // What the disclaimer screens show
 
 void CVerantiAPI::GetInformationForDisclaimer(Json::Value& header) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
     header = FetchHeader("get information for disclaimer");
 }
 
 void CVerantiAPI::GetInformationForDisclaimerWebView(Json::Value& header) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
     header = FetchHeader("get information for web view disclaimer");
 }
 
 int CVerantiAPI::GetDisclaimerNum(EHomeDisclaimerRequester requester, std::string productType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("GetDisclaimerNum called with requester: %d", static_cast<int>(requester));
     IsServiceAvailable();
 
@@ -364,6 +380,7 @@ int CVerantiAPI::GetDisclaimerNum(EHomeDisclaimerRequester requester, std::strin
 int CVerantiAPI::GetDisclaimerDetail(STHomeDisclaimerContentItem& item, int index,
                                      EHomeDisclaimerRequester requester,
                                      std::string strProductType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("GetDisclaimerDetail called for index: %d and requester: %d", index,
                      static_cast<int>(requester));
     IsServiceAvailable();
@@ -381,6 +398,7 @@ int CVerantiAPI::GetDisclaimerDetail(STHomeDisclaimerContentItem& item, int inde
 int CVerantiAPI::GetDisclaimerDetail(const std::string& strItemId,
                                      STHomeDisclaimerContentItem& item,
                                      std::string strProductType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("GetDisclaimerDetail called for itemId: %s %s", strItemId.c_str(),
                      strProductType.c_str());
     IsServiceAvailable();
@@ -397,6 +415,7 @@ int CVerantiAPI::GetDisclaimerDetail(const std::string& strItemId,
 int CVerantiAPI::GetDisclaimerDetails(std::vector<STHomeDisclaimerContentItem*>& vecItems,
                                       EHomeDisclaimerRequester requester,
                                       std::string strProductType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("GetDisclaimerDetails called for req: %d", static_cast<int>(requester));
     // The count is the set's whatever the product: the service numbers its list for the set.
     const int count = GetDisclaimerNum(requester, kTelevision);
@@ -418,6 +437,7 @@ int CVerantiAPI::GetDisclaimerDetails(std::vector<STHomeDisclaimerContentItem*>&
 
 bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*>& vecItems,
                                         std::string strProductType, std::string strTerms) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("GetRevisedDisclaimers called");
     IsServiceAvailable();
 
@@ -446,6 +466,7 @@ bool CVerantiAPI::GetRevisedDisclaimers(std::vector<STHomeDisclaimerContentItem*
 }
 
 int CVerantiAPI::GetDisclaimerTitle(std::string& title, int index) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("GetDisclaimerTitle called for index: %d", index);
     std::string found = CTermsJsonParser::GetMenuTitleFromVconf(kTitlesKey, index);
     if (found.empty()) {
@@ -465,6 +486,7 @@ int CVerantiAPI::GetDisclaimerOsdLanguage(std::string& language) {
 
 bool CVerantiAPI::SetDisclaimersAgreement(Json::Value& agreements, bool /*unused*/,
                                           std::string productType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     IsServiceAvailable();
 
@@ -479,6 +501,7 @@ bool CVerantiAPI::SetDisclaimersAgreement(Json::Value& agreements, bool /*unused
 
 bool CVerantiAPI::SetDisclaimerItemAgreement(const std::string& item, const int& agreed,
                                              std::string productType) {
+    const Cancellation::CHold hold;
     IsServiceAvailable();
     VERANTI_LOG_INFO("Model %s try to set %s agreement to %s.", productType.c_str(), item.c_str(),
                      BoolText(agreed != 0));
@@ -486,12 +509,14 @@ bool CVerantiAPI::SetDisclaimerItemAgreement(const std::string& item, const int&
 }
 
 bool CVerantiAPI::SetRevisedTermAgreement(std::string item, bool agreed, std::string productType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("SetRevisedTermAgreement called");
     IsServiceAvailable();
     return SendOneAgreement(item, agreed, productType);
 }
 
 bool CVerantiAPI::SetAllDisclaimerItemAgreement(int agreed, std::string productType) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("Model %s try to set all agreement to %s.", productType.c_str(),
                      BoolText(agreed != 0));
     IsServiceAvailable();
@@ -500,6 +525,7 @@ bool CVerantiAPI::SetAllDisclaimerItemAgreement(int agreed, std::string productT
 }
 
 bool CVerantiAPI::IsDisclaimerItemExist(const std::string& strItemId, std::string productType) {
+    const Cancellation::CHold hold;
     if (productType != kTelevision) {
         IsServiceAvailable();
         VERANTI_LOG_INFO("IsDisclaimerItemExist called for strItemId: %s", strItemId.c_str());
@@ -538,6 +564,7 @@ bool CVerantiAPI::IsDisclaimerItemExist(const std::string& strItemId, std::strin
 
 int CVerantiAPI::GetDisclaimerItemAgreement(const std::string& strItemId, int* pIsAgreed,
                                             std::string productType) {
+    const Cancellation::CHold hold;
     if (productType != kTelevision) {
         IsServiceAvailable();
         CTermsExchange exchange;
@@ -591,17 +618,20 @@ int CVerantiAPI::GetDisclaimerItemAgreement(const std::string& strItemId, int* p
 // Clone data on a USB device
 
 bool CVerantiAPI::CloneData(std::string src, std::string dest, bool toUsb) {
+    const Cancellation::CHold hold;
     IsServiceAvailable();
     return SendAndCheck(toUsb ? "Copy Clone Data TV to USB" : "Copy Clone Data USB to TV",
                         {{"src", src}, {"dest", dest}, {"data", Json::nullValue}});
 }
 
 bool CVerantiAPI::CopyCloneDataUSBtoTV(std::string src, std::string dest) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("CopyCloneDataUSBtoTV called");
     return CloneData(src, dest, false);
 }
 
 bool CVerantiAPI::CopyCloneDataTVtoUSB(std::string src, std::string dest) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("CopyCloneDataTVtoUSB called");
     return CloneData(src, dest, true);
 }

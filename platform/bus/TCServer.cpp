@@ -1,10 +1,15 @@
 #include "TCServer.h"
 
+#include <poll.h>
+
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <utility>
 
+#include "Cancellation.h"
 #include "Wire.h"
 
 namespace Corvane {
@@ -40,6 +45,35 @@ int TakeReply(sd_bus_message* message, void* userdata, sd_bus_error* /*error*/) 
     return 1;
 }
 
+/// How long the bus can wait before a time limit is reached; none for as long as it takes.
+std::optional<timespec> TimeLeft(sd_bus* bus) {
+    using std::chrono::microseconds;
+    std::uint64_t due = UINT64_MAX;  // of the clock that steady_clock is
+    if (sd_bus_get_timeout(bus, &due) < 0 || due == UINT64_MAX) {
+        return std::nullopt;
+    }
+    const auto now = std::chrono::duration_cast<microseconds>(
+        std::chrono::steady_clock::now().time_since_epoch());
+    const auto left = std::max(microseconds(due) - now, microseconds::zero());
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
+    return timespec{static_cast<std::time_t>(seconds.count()),
+                    static_cast<long>(std::chrono::nanoseconds(left - seconds).count())};
+}
+
+/// Waits until the bus has something to do. Not sd_bus_wait(): a thread that is cancelled in there
+/// leaves the bus as nobody expects it.
+/// @return 0, or a negative error number.
+int Wait(sd_bus* bus) {
+    const int events = sd_bus_get_events(bus);
+    pollfd socket{sd_bus_get_fd(bus), static_cast<short>(events), 0};
+    if (events < 0 || socket.fd < 0) {
+        return std::min(events, socket.fd);
+    }
+    const std::optional<timespec> left = TimeLeft(bus);
+    const Cancellation::CRelease whileItWaits;
+    return ppoll(&socket, 1, left ? &*left : nullptr, nullptr) < 0 ? -errno : 0;
+}
+
 /// Waits for the reply to a call. Not sd_bus_call(), which gives up when a signal interrupts its
 /// wait: applications with a garbage collector send themselves signals all the time.
 MessageHandle Call(sd_bus* bus, sd_bus_message* call, int timeLimit) {
@@ -52,7 +86,7 @@ MessageHandle Call(sd_bus* bus, sd_bus_message* call, int timeLimit) {
     while (!reply) {
         int r = sd_bus_process(bus, nullptr);
         if (r == 0) {
-            r = sd_bus_wait(bus, UINT64_MAX);
+            r = Wait(bus);
         }
         if (r < 0 && r != -EINTR) {
             break;
@@ -94,11 +128,13 @@ TCServer::~TCServer() {
 }
 
 bool TCServer::CreateDBusProxy() {
+    const Cancellation::CHold hold;
     return m_pBus != nullptr || sd_bus_open_system_with_description(&m_pBus, m_Name.c_str()) >= 0;
 }
 
 bool TCServer::SendMessage(const char* destination, const TCMessage* request, bool synchronous,
                            TCMessage* reply, int timeLimit) {
+    const Cancellation::CHold hold;
     if (m_pBus == nullptr || destination == nullptr || request == nullptr) {
         return false;
     }
@@ -118,6 +154,7 @@ bool TCServer::SendMessage(const char* destination, const TCMessage* request, bo
 }
 
 bool TCServer::CloseDBusProxy() {
+    const Cancellation::CHold hold;
     if (m_pBus == nullptr) {
         return false;
     }

@@ -26,6 +26,8 @@ namespace Corvane {
 ///
 /// An endpoint may be handed from thread to thread but is used by one at a time; different
 /// endpoints do not know of each other.
+///
+/// A thread that waits for a reply can be cancelled there, and nowhere else in here.
 class TCServer {
   public:
     enum TCServerType {

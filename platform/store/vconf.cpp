@@ -19,6 +19,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Cancellation.h"
+
 // Else files whose inode's number is a large one could not be looked at on 32 bits (EOVERFLOW).
 static_assert(sizeof(ino_t) == 8, "build with -D_FILE_OFFSET_BITS=64");
 
@@ -206,9 +208,10 @@ int Remove(const std::string& path) {
     return folder.fd >= 0 && unlink(path.c_str()) == 0 ? fsync(folder.fd) : -1;
 }
 
-/// Runs an operation. No exception passes.
+/// Runs an operation. No exception passes, and its thread is not cancelled in it.
 template <typename Result, typename Operation>
 Result Guarded(Result failed, Operation operation) {
+    const Cancellation::CHold hold;
     try {
         return operation();
     } catch (const std::exception&) {  // of allocation

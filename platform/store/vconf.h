@@ -14,7 +14,7 @@
 /// empty, "." or ".." component, is refused (EINVAL), and so is one whose file's name would be
 /// longer than 248 bytes (ENAMETOOLONG). A reader sees the old text or the new one, never a part,
 /// also when the writer is killed; that may leave its temporary file (the file's name, "#" and six
-/// letters), which the key's next writer removes.
+/// letters), which the key's next writer removes. No thread is cancelled in here.
 #pragma once
 
 #pragma GCC visibility push(default)

@@ -58,6 +58,18 @@ TEST_F(ClientTest, CallsWhileTheProcessEndsAreAnsweredAlike) {
     EXPECT_EQ(caller.output, "1 0\n1 0\n");
 }
 
+TEST_F(ClientTest, CallsThatAreGivenUpLeaveNothingBehind) {
+    const TemporaryFolder folder;
+    setenv("VERANTI_LOG", (folder.Path() + "/log").c_str(), 1);
+    const Simulator simulator;
+    const Outcome caller = RunProgram({CANCELLED_CALLER_PATH, "1000", m_store.Path()});
+    EXPECT_EQ(caller.status, 0) << caller.errors;
+    EXPECT_EQ(caller.output, "0 descriptors more, 0 files more, 1 1\n");
+    simulator.Signal(SIGSTOP);  // nobody answers
+    EXPECT_EQ(RunProgram({CANCELLED_CALLER_PATH}).output, "given up\n");
+    simulator.Signal(SIGCONT);
+}
+
 TEST_F(ClientTest, LivesOnWhenItsLibraryIsClosed) {
     const Simulator simulator;
     simulator.Signal(SIGSTOP);  // no answer before the library is closed
