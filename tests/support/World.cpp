@@ -123,8 +123,10 @@ PrivateBus::PrivateBus() : PrivateBus("unix:tmpdir=/tmp") {
 }
 
 PrivateBus::PrivateBus(const std::string& address)
-    : Program({"dbus-daemon", std::string("--config-file=") + BUS_CONFIGURATION_PATH, "--nofork",
-               "--nopidfile", "--print-address=1", "--address=" + address},
+    : Program({std::getenv("VERANTI_TEST_BUS") != nullptr ? std::getenv("VERANTI_TEST_BUS")
+                                                          : "dbus-daemon",
+               std::string("--config-file=") + BUS_CONFIGURATION_PATH, "--nofork", "--nopidfile",
+               "--print-address=1", "--address=" + address},
               open("/dev/null", O_WRONLY | O_CLOEXEC)),
       m_address(ReadLine()) {}
 
