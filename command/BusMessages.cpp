@@ -3,9 +3,9 @@
 #include <glib.h>
 
 #include <fstream>
-#include <iostream>
 #include <sstream>
 
+#include "Output.h"
 #include "Text.h"
 
 namespace {
@@ -18,7 +18,7 @@ const char* OrEmpty(const char* text) {
 std::string ReadFile(const std::string& path) {
     std::ifstream stream(path, std::ios::binary);
     if (!stream) {
-        throw std::runtime_error("cannot read \"" + path + "\": give a file that you may read.");
+        throw std::runtime_error("Cannot read \"" + path + "\": give a file that you may read.");
     }
     std::ostringstream bytes;
     bytes << stream.rdbuf();
@@ -61,7 +61,7 @@ std::string ToText(const TermsDbusMessage& message) {
 }
 
 void Print(const Options& given, const Json::Value& json, const std::string& text) {
-    std::cout << (given.json ? JsonLine(json) : text) << std::endl;
+    Say(given.json ? JsonLine(json) : text);
 }
 
 void PrintEvent(const Options& given, const std::string& event, const std::string& text) {

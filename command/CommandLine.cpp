@@ -3,9 +3,14 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
+#include <limits>
+#include <sstream>
+
+#include "Output.h"
 
 namespace {
 
+constexpr int kFailure = 1;
 constexpr int kUsage = 2;
 
 Check ToCheck(const CLI::Validator& validator) {
@@ -36,7 +41,15 @@ Check InRange(int least, int most) {
 }
 
 Check NotNegative() {
-    return ToCheck(CLI::NonNegativeNumber);
+    constexpr int kMost = std::numeric_limits<int>::max();
+    const auto fault = [](const std::string& value) {
+        int number = -1;
+        return CLI::detail::lexical_cast(value, number) && number >= 0
+                   ? ""
+                   : '"' + value + "\" is no position: give a whole number from 0 to " +
+                         std::to_string(kMost) + '.';
+    };
+    return {fault, CLI::NonNegativeNumber.get_description()};
 }
 
 Command::Command(const std::string& name, const std::string& description)
@@ -79,13 +92,27 @@ void Command::AddChoice(const std::vector<Argument>& arguments) const {
 }
 
 int Command::Run(int argc, char** argv, const std::function<int()>& work) const {
+    // The help and the version are errors, too.
+    const auto show = [this](const CLI::Error& error) {
+        std::ostringstream shown;
+        const bool asked = m_app->exit(error, shown, shown) == 0;
+        std::string text = shown.str();
+        text.erase(text.find_last_not_of('\n') + 1);
+        if (asked) {
+            return Say(text) ? EXIT_SUCCESS : kFailure;
+        }
+        Complain(text);
+        return kUsage;
+    };
     try {
         m_app->parse(argc, argv);
         return work();
     } catch (const CLI::ParseError& error) {
-        return m_app->exit(error) == 0 ? EXIT_SUCCESS : kUsage;
+        return show(error);
     } catch (const std::invalid_argument& error) {
-        m_app->exit(CLI::ValidationError(error.what()));
-        return kUsage;
+        return show(CLI::ValidationError(error.what()));
+    } catch (const std::exception& error) {
+        Complain(error.what());
+        return kFailure;
     }
 }

@@ -20,7 +20,7 @@ struct Check {
 };
 /// A number from @p least to @p most.
 Check InRange(int least, int most);
-/// A number from 0 on.
+/// A position in a list, from 0 on.
 Check NotNegative();
 
 /// Whether an argument has to be given.
@@ -60,8 +60,9 @@ class Command {
 
     /// Parses the program's command line and works, or prints the help, the version or what is
     /// wrong.
-    /// @param work gives the exit status; it throws std::invalid_argument for wrong usage, too.
-    /// @return the exit status, 2 for wrong usage.
+    /// @param work gives the exit status; it throws std::invalid_argument for wrong usage, and what
+    ///   else it throws is shown.
+    /// @return the exit status: 2 for wrong usage, 1 for what was thrown or cannot be printed.
     int Run(int argc, char** argv, const std::function<int()>& work) const;
 
   private:

@@ -78,7 +78,7 @@ std::string ToPage(const Item& item) {
     constexpr std::size_t kIndent = 2;
     const std::size_t columns = TerminalWidth();
     const auto wrap = [columns](const std::string& text, std::size_t indent) {
-        return Wrap(Printable(text), columns, indent);
+        return Wrap(text, columns, indent);
     };
     std::string page = wrap(item.strTitle, 0);
     page += wrap("(" + item.strItemId + ", version " + item.strVersion + ")", 0);
@@ -100,7 +100,7 @@ std::string ToPage(const Item& item) {
     page += '\n' + wrap(buttons, 0);
     page += "State: " + State(item);
     if (!item.strAgreeDependency.empty()) {
-        page += ", depends on " + Printable(item.strAgreeDependency);
+        page += ", depends on " + OneLine(item.strAgreeDependency);
     }
     return page;
 }
@@ -122,13 +122,12 @@ Answer ListAnswer(bool done, const Items& items, const Row& heading, Row (*row)(
 }
 
 Row ListRow(const Item& item) {
-    return {OneLine(item.strItemId), std::to_string(item.nOrder), OneLine(item.strTitle),
-            State(item)};
+    return {item.strItemId, std::to_string(item.nOrder), item.strTitle, State(item)};
 }
 
 /// The list of revised disclaimers carries neither their order nor whether they are notices.
 Row RevisedRow(const Item& item) {
-    return {OneLine(item.strItemId), OneLine(item.strTitle), Agreement(item)};
+    return {item.strItemId, item.strTitle, Agreement(item)};
 }
 
 Answer List(CVerantiAPI& client, const Options& given) {
@@ -188,7 +187,7 @@ Answer Stored(bool done, const char* key, const std::string& text, const std::st
     if (!root) {
         throw std::system_error(errno, std::generic_category(), "There is no store");
     }
-    const std::string store = OneLine(root.get());
+    const std::string store = root.get();
     const bool isReadable = Text(vconf_get_str(key), &std::free) != nullptr || errno == ENOENT;
     Answer answer =
         Local(done, text,
@@ -229,7 +228,7 @@ Answer ShowTitle(CVerantiAPI& client, const Options& given) {
 Answer ShowLanguage(CVerantiAPI& client, const Options& /*given*/) {
     std::string language;
     const int result = client.GetDisclaimerOsdLanguage(language);
-    Answer answer = Plain(result == 0, language, "");
+    Answer answer = Plain(result == 0, OneLine(language), "");
     answer.json["language"] = language;
     return answer;
 }

@@ -12,7 +12,7 @@ std::string Aligned(const Json::Value& object) {
     std::vector<std::vector<std::string>> rows;
     for (const std::string& name : object.getMemberNames()) {
         const Json::Value& value = object[name];
-        rows.push_back({name, Printable(value.isString() ? value.asString() : JsonLine(value))});
+        rows.push_back({name, value.isString() ? value.asString() : JsonLine(value)});
     }
     return Table(rows);
 }

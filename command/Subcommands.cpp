@@ -1,5 +1,6 @@
 #include "Subcommands.h"
 
+#include <Escape.h>
 #include <json/reader.h>
 #include <json/writer.h>
 
@@ -24,7 +25,12 @@ std::string JsonLine(const Json::Value& value) {
     Json::StreamWriterBuilder writer;
     writer["indentation"] = "";
     writer["emitUTF8"] = true;
-    return ValidUtf8(Json::writeString(writer, value));
+    std::string line = ValidUtf8(Json::writeString(writer, value));
+    // The writer escapes ASCII's control characters but this one, for which Escaped() has no JSON.
+    for (std::size_t at = 0; (at = line.find('\x7f', at)) != std::string::npos;) {
+        line.replace(at, 1, "\\u007f");
+    }
+    return Escaped(line);
 }
 
 bool ReadJson(const std::string& text, Json::Value& value) {

@@ -63,7 +63,7 @@ Answer Plain(bool done, const std::string& text, const std::string& refusal);
 /// The same for one that needs no service.
 Answer Local(bool done, const std::string& text, const std::string& refusal);
 
-/// JSON on one line, in valid UTF-8 with every letter as it is.
+/// JSON on one line, in valid UTF-8 with every letter as it is and control characters escaped.
 std::string JsonLine(const Json::Value& value);
 
 /// Reads JSON text.

@@ -8,6 +8,8 @@
 #include <memory>
 #include <sstream>
 
+#include "Output.h"
+
 namespace {
 
 std::size_t Columns(gunichar character) {
@@ -81,22 +83,6 @@ std::string ValidUtf8(const std::string& text) {
     return valid.get();
 }
 
-std::string Printable(const std::string& text) {
-    const std::string valid = ValidUtf8(text);
-    std::string printable;
-    for (const char* at = valid.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
-        const gunichar character = g_utf8_get_char(at);
-        if (character == '\t') {
-            printable += ' ';
-        } else if (character == '\n' || g_unichar_iscntrl(character) == FALSE) {
-            printable += Next(at);
-        } else if (character != '\r') {
-            printable += "\xef\xbf\xbd";
-        }
-    }
-    return printable;
-}
-
 std::string OneLine(const std::string& text) {
     std::string line = Printable(text);
     std::replace(line.begin(), line.end(), '\n', ' ');
@@ -105,7 +91,7 @@ std::string OneLine(const std::string& text) {
 
 std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent) {
     Paragraph paragraph(columns, indent);
-    std::istringstream lines(text);
+    std::istringstream lines(Printable(text));
     for (std::string line; std::getline(lines, line);) {
         std::istringstream words(line);
         for (std::string word; words >> word;) {
@@ -116,11 +102,12 @@ std::string Wrap(const std::string& text, std::size_t columns, std::size_t inden
     return paragraph.Lines();
 }
 
-std::string Table(const std::vector<std::vector<std::string>>& rows) {
+std::string Table(std::vector<std::vector<std::string>> rows) {
     std::vector<std::size_t> widths;
-    for (const auto& row : rows) {
+    for (auto& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t i = 0; i < row.size(); ++i) {
+            row[i] = OneLine(row[i]);
             widths[i] = std::max(widths[i], Width(row[i]));
         }
     }

@@ -8,20 +8,16 @@
 /// A text with what is not UTF-8 in it replaced.
 std::string ValidUtf8(const std::string& text);
 
-/// A text that is safe to print: valid UTF-8, tabs as blanks, and no control characters but line
-/// feeds.
-std::string Printable(const std::string& text);
-
-/// A printable text on one line.
+/// A text in printable form, on one line.
 std::string OneLine(const std::string& text);
 
-/// Breaks a printable text between words into lines of at most so many columns, each with an indent
-/// in front; a word that is longer than a line is broken where the line ends. Its own line feeds
-/// are kept. Every line ends with a line feed.
+/// Breaks a text in printable form between words into lines of at most so many columns, each with
+/// an indent in front; a word that is longer than a line is broken where the line ends. Its own
+/// line feeds are kept. Every line ends with a line feed.
 std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent);
 
-/// Rows of printable cells, the columns below each other, without a final line feed.
-std::string Table(const std::vector<std::vector<std::string>>& rows);
+/// Rows of cells in printable form, the columns below each other, without a final line feed.
+std::string Table(std::vector<std::vector<std::string>> rows);
 
 /// The columns of the terminal on standard output; 80 where there is none.
 std::size_t TerminalWidth();

@@ -1,7 +1,7 @@
 // veranti: the client's requests, for people and scripts.
 #include <cstdlib>
-#include <iostream>
 
+#include "Output.h"
 #include "Subcommands.h"
 
 namespace {
@@ -25,21 +25,14 @@ std::string Excuse(CVerantiAPI& client, const Answer& answer) {
 }
 
 int Report(CVerantiAPI& client, const Answer& answer, bool asJson) {
-    if (asJson) {
-        std::cout << JsonLine(answer.json) << std::endl;
-    } else if (answer.done) {
-        std::cout << answer.text << std::endl;
-    }
-    if (!std::cout) {
-        std::cerr << "Cannot write the answer: what the output goes to is full or closed."
-                  << std::endl;
+    if ((asJson || answer.done) && !Say(asJson ? JsonLine(answer.json) : answer.text)) {
         return kRefused;
     }
     if (!answer.warning.empty()) {
-        std::cerr << answer.warning << std::endl;
+        Complain(answer.warning);
     }
     if (!answer.done) {
-        std::cerr << Excuse(client, answer) << std::endl;
+        Complain(Excuse(client, answer));
     }
     return answer.done ? EXIT_SUCCESS : kRefused;
 }
@@ -87,7 +80,7 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "veranti: " << error.what() << std::endl;
+        Complain(error.what());
         return kRefused;
     }
 }

@@ -72,13 +72,6 @@ TEST_F(SimulatorTest, AListThatIsNotWholeSaysSo) {
            "gave 2 of 3 terms");
 }
 
-TEST_F(SimulatorTest, AnAnswerThatCannotBeWrittenIsNoSuccess) {
-    const Simulator simulator;
-    const Outcome run = RunProgram({"sh", "-c", "exec \"$0\" status >/dev/full", COMMAND_PATH});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.errors, "Cannot write the answer: what the output goes to is full or closed.\n");
-}
-
 TEST_F(SimulatorTest, WhatTheServiceSaysCannotHarmTheTerminal) {
     const TemporaryFolder folder;
     const std::string path =
@@ -87,9 +80,25 @@ TEST_F(SimulatorTest, WhatTheServiceSaysCannotHarmTheTerminal) {
                          std::string(100, 'y') + R"(","details":"[Note]\tone\r\ntwo"}}}]})");
     const Simulator simulator({"--catalogue", path});
     Expect("show a", 0,
-           "\ufffd[2Jx\ufffd\ny\n(a, version 1.0)\n\n" + std::string(80, 'y') + '\n' +
+           "\\x1b[2Jx\\x07\ny\n(a, version 1.0)\n\n" + std::string(80, 'y') + '\n' +
                std::string(20, 'y') + "\n\n  [Note] one\n  two\n\nState: not agreed\n");
-    Expect("list", 0, "ID  ORDER  TITLE     STATE\na   0      \ufffd[2Jx\ufffd y  not agreed\n");
+    Expect("list", 0,
+           "ID  ORDER  TITLE           STATE\na   0      \\x1b[2Jx\\x07 y  not agreed\n");
+}
+
+TEST_F(SimulatorTest, WhatAHeaderSaysCannotHarmTheTerminal) {
+    const BusPeer service(
+        "com.velmora.tv.termsclient",
+        BusPeer::SaysText(
+            R"({"result":true,"headerData":{"\u001b[2J":"a\n\u202eb","\u009b\u007f":["\u2066"]}})"));
+    const std::string text = "\\x1b[2J     a \\u202eb\n\\u009b\\x7f  [\"\\u2066\"]\n";
+    const std::string json =
+        R"({"header":{"\u001b[2J":"a\n\u202eb","\u009b\u007f":["\u2066"]},"result":true})"
+        "\n";
+    for (const std::string header : {"header", "web-header"}) {
+        Expect(header, 0, text);
+        Expect(header + " --json", 0, json);
+    }
 }
 
 TEST_F(SimulatorTest, AgreementsReachTheStoreAllOrNone) {

@@ -1,7 +1,8 @@
 // Sessions in a terminal, word for word. A line "# simulator OPTION..." or "# no simulator" says
 // who serves from there on; a line "$ veranti ..." (or an example's name) is a command, the lines
 // behind it are all that it prints, standard error last, and "[1]" at their end is an exit status.
-// A line "> ..." is the next that the simulator prints.
+// A line "> ..." is the next that the simulator prints. A backslash in a command stands for what it
+// does in C, variables may come first and ">/dev/full" last.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,15 +20,28 @@ Arguments ProgramOf(const std::string& name) {
         return {"env", "LC_ALL=C.UTF-8", std::string("LD_LIBRARY_PATH=") + LIBRARY_PATH, "mono",
                 examples + name + ".exe"};
     }
+    if (name == "veranti-simulator") {
+        return {SIMULATOR_PATH};
+    }
     return {name == "veranti" ? COMMAND_PATH : name == "busctl" ? name : examples + name};
+}
+
+Outcome RunLine(const std::string& command) {
+    g_autofree char* meant = g_strcompress(command.c_str());
+    const Arguments words = Words(meant);
+    const auto name = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+        return word.find('=') == std::string::npos;
+    });
+    const bool full = words.back() == ">/dev/full";
+    return RunProgram(Arguments{"env"} + Arguments(words.begin(), name) +
+                      (full ? Words("sh -c 'exec \"$@\" >/dev/full' sh") : Arguments()) +
+                      ProgramOf(*name) + Arguments(name + 1, words.end() - (full ? 1 : 0)));
 }
 
 /// What a command prints, with names for what is another in each run.
 std::string Perform(const PrivateBus& bus, const TemporaryStore& store,
                     const std::string& command) {
-    const Arguments words = Words(command);
-    const Outcome run =
-        RunProgram(ProgramOf(words.front()) + Arguments(words.begin() + 1, words.end()));
+    const Outcome run = RunLine(command);
     std::string seen = run.output + run.errors;
     for (const auto& [place, name] :
          {std::pair(bus.Address(), "ADDRESS"), std::pair(store.Path(), "STORE")}) {
