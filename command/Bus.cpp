@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "BusLoop.h"
 #include "BusMessages.h"
@@ -20,45 +21,81 @@ Answer NoBus() {
                  "to the address of one.");
 }
 
-struct Serving {
-    const Options& given;
-    BusServer server{given.name};
-    BusLoop loop{given.count.value_or(0)};
-
-    static void OnAcquired(void* serving) {
-        const Options& given = static_cast<Serving*>(serving)->given;
-        PrintEvent(given, "acquired", "Serving " + given.name + '.');
+/// A server, and whether the bus gives it its name. That shows when the loop runs.
+class Owner {
+  public:
+    explicit Owner(const std::string& name, unsigned count = 0)
+        : server(name), loop(std::in_place, count) {
+        server.On(TERMS_DBUS_CALLBACK_NAME_ACQUIRED, &Owner::OnAcquired, this);
+        server.On(TERMS_DBUS_CALLBACK_NAME_LOST, &Owner::OnLost, this);
     }
-    static void OnLost(void* serving) {
-        const Options& given = static_cast<Serving*>(serving)->given;
-        PrintEvent(given, "lost", "Lost " + given.name + '.');
+    virtual ~Owner() = default;
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
+
+    /// Runs the loop until the bus refuses the name or something else ends it.
+    /// @return false when there is no bus.
+    bool Run() { return server.Create() && loop->Run(); }
+
+    BusServer server;
+    std::optional<BusLoop> loop;
+    bool wasOurs = false;
+
+  private:
+    /// Hears of the name from when it is ours.
+    virtual void Note(bool /*isOurs*/) { loop->Quit(); }
+
+    static void OnAcquired(void* owner) {
+        static_cast<Owner*>(owner)->wasOurs = true;
+        static_cast<Owner*>(owner)->Note(true);
+    }
+    static void OnLost(void* owner) {
+        auto& self = *static_cast<Owner*>(owner);
+        if (self.wasOurs) {
+            self.Note(false);
+        } else {
+            self.loop->Quit();
+        }
+    }
+};
+
+Answer NotOurs(const std::string& name) {
+    return Local(
+        false, "",
+        "The name " + name +
+            " is another's or not for this user to own: end the program that has it, let the "
+            "bus's policy allow it, or use another name.");
+}
+
+class Serving : public Owner {
+  public:
+    explicit Serving(const Options& given)
+        : Owner(given.name, given.count.value_or(0)), m_given(given) {
+        server.On(TERMS_DBUS_CALLBACK_MESSAGE, &Serving::OnMessage, this);
+    }
+
+  private:
+    void Note(bool isOurs) override {
+        const bool busIsGone = g_dbus_connection_is_closed(loop->Connection()) != FALSE;
+        PrintEvent(m_given, isOurs ? "acquired" : "lost",
+                   (isOurs ? "Serving " : "Lost ") + m_given.name +
+                       (isOurs || busIsGone ? "." : " to another program: waiting for its end."));
     }
     static int OnMessage(const char* /*method*/, TermsDbusMessage* request, TermsDbusMessage* reply,
                          void* serving) {
         auto& self = *static_cast<Serving*>(serving);
-        Print(self.given, ToJson(*request), ToText(*request));
+        Print(self.m_given, ToJson(*request), ToText(*request));
         auto* bytes = static_cast<std::uint8_t*>(AllocateTermsDbusBuffer(request->buffer_size));
         std::copy_n(request->buffer, bytes != nullptr ? request->buffer_size : 0, bytes);
-        InitiateTermsDbusMessage(reply, DuplicateTermsDbusText(self.given.name.c_str()),
+        InitiateTermsDbusMessage(reply, DuplicateTermsDbusText(self.m_given.name.c_str()),
                                  request->code, DuplicateTermsDbusText(request->type),
                                  DuplicateTermsDbusText(request->message), bytes,
                                  request->buffer_size);
-        self.loop.Count();
+        self.loop->Count();
         return 1;
     }
-};
 
-/// A name that is ours as soon as the loop has run, or never.
-struct Owning {
-    BusServer server;
-    BusLoop loop;
-    bool acquired = false;
-
-    static void OnAcquired(void* owning) {
-        static_cast<Owning*>(owning)->acquired = true;
-        OnLost(owning);
-    }
-    static void OnLost(void* owning) { static_cast<Owning*>(owning)->loop.Quit(); }
+    const Options& m_given;
 };
 
 struct Listening {
@@ -84,24 +121,24 @@ struct Listening {
 /// Serves a name: shows each message and sends it back.
 Answer Serve(CVerantiAPI& /*client*/, const Options& given) {
     Serving serving{given};
-    serving.server.On(TERMS_DBUS_CALLBACK_NAME_ACQUIRED, &Serving::OnAcquired, &serving);
-    serving.server.On(TERMS_DBUS_CALLBACK_NAME_LOST, &Serving::OnLost, &serving);
-    serving.server.On(TERMS_DBUS_CALLBACK_MESSAGE, &Serving::OnMessage, &serving);
-    if (!serving.server.Create() || !serving.loop.Run()) {
+    if (!serving.Run()) {
         return NoBus();
     }
-    return Local(true, "Stopped serving " + given.name + '.', "");
+    return serving.wasOurs ? Local(true, "Stopped serving " + given.name + '.', "")
+                           : NotOurs(given.name);
 }
 
 Answer Call(CVerantiAPI& /*client*/, const Options& given) {
-    // A caller has a name of its own, so that it is a server too.
-    BusServer server("com.velmora.tv.veranti.pid" + std::to_string(getpid()));
-    if (!server.Create()) {
+    // A caller is a server too, but needs no name. A bus that refuses it has to be heard, else GLib
+    // warns when the name is given back.
+    Owner owner("com.velmora.tv.veranti.pid" + std::to_string(getpid()));
+    if (!owner.Run()) {
         return NoBus();
     }
+    owner.loop.reset();  // from here on SIGINT ends the program
     OutgoingMessage request(given);
     TermsDbusUtil::OwnedMessage reply;
-    if (SendTermsDbusSyncMessage(server.Name(), given.name.c_str(), &request, &reply,
+    if (SendTermsDbusSyncMessage(owner.server.Name(), given.name.c_str(), &request, &reply,
                                  given.timeout) == 0 ||
         reply.message == nullptr) {
         return Local(false, "",
@@ -120,22 +157,15 @@ Answer Call(CVerantiAPI& /*client*/, const Options& given) {
 
 /// Sends a signal from a name, which has to be the sender's for the time.
 Answer Signal(CVerantiAPI& /*client*/, const Options& given) {
-    Owning owning{BusServer(given.name), BusLoop()};
-    BusServer& server = owning.server;
-    server.On(TERMS_DBUS_CALLBACK_NAME_ACQUIRED, &Owning::OnAcquired, &owning);
-    server.On(TERMS_DBUS_CALLBACK_NAME_LOST, &Owning::OnLost, &owning);
-    if (!server.Create() || !owning.loop.Run()) {
+    Owner owner(given.name);
+    if (!owner.Run()) {
         return NoBus();
     }
-    if (!owning.acquired) {
-        return Local(
-            false, "",
-            "The name " + given.name +
-                " is another's or not for this user to own: end the program that has it, let the "
-                "bus's policy allow it, or send from another name.");
+    if (!owner.wasOurs) {
+        return NotOurs(given.name);
     }
     OutgoingMessage message(given);
-    const bool sent = SendTermsDbusSignal(server.Name(), given.signal.c_str(), &message) != 0;
+    const bool sent = SendTermsDbusSignal(owner.server.Name(), given.signal.c_str(), &message) != 0;
     return Local(sent, "Sent " + given.signal + " from " + given.name + '.',
                  "The bus did not take the signal: see that it is up, and try again.");
 }
@@ -177,6 +207,11 @@ std::string CheckName(const std::string& name) {
 
 std::string CheckFile(const std::string& path) {
     std::error_code error;
+    if (std::filesystem::file_size(path, error) == 1 && std::ifstream(path).get() == 0) {
+        return Fault(false, path,
+                     "file to send: a single zero byte stands for none on the bus. Add a byte, or "
+                     "leave the file out.");
+    }
     const bool valid = std::filesystem::is_regular_file(path, error) &&
                        std::filesystem::file_size(path, error) <= kLargestPayload && !error;
     return Fault(

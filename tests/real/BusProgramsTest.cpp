@@ -1,7 +1,10 @@
 // The examples of the bus server toolkit and the command's subcommands for it, with one another.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
 
 #include "World.h"
 
@@ -68,6 +71,66 @@ TEST_F(BusProgramsTest, TheNameMovesToASecondOwnerAndBack) {
         EXPECT_EQ(m_server.ReadLine(), "com.example.One is another's");
     }
     EXPECT_EQ(m_server.ReadLine(), "com.example.One is ours");
+}
+
+TEST_F(BusProgramsTest, ServeWaitsForANameThatItLost) {
+    Program first({COMMAND_PATH, "bus", "serve", kName});
+    EXPECT_EQ(first.ReadLine(), "Serving com.example.One.");
+    {
+        Program second({COMMAND_PATH, "bus", "serve", kName});
+        EXPECT_EQ(first.ReadLine(),
+                  "Lost com.example.One to another program: waiting for its end.");
+    }
+    EXPECT_EQ(first.ReadLine(), "Serving com.example.One.");
+}
+
+TEST_F(BusProgramsTest, ASingleZeroByteIsNotSent) {
+    const std::string file = m_folder.Write("zero", std::string(1, '\0'));
+    for (const std::string line : {"bus call com.example.One hi --buffer ",
+                                   "bus signal com.example.One Ping hi --buffer "}) {
+        const Outcome refused = RunCommand(line + file);
+        EXPECT_EQ(refused.status, 2);
+        EXPECT_EQ(refused.errors, "--buffer: \"" + file +
+                                      "\" is no file to send: a single zero byte stands for none "
+                                      "on the bus. Add a byte, or leave the file out.\n"
+                                      "Run with --help for more information.\n");
+    }
+}
+
+/// What a system bus allows, which is little, and what the guide adds to it.
+TEST_F(BusProgramsTest, TheGuidesPolicyIsEnough) {
+    const auto guide = std::filesystem::path(BUS_CONFIGURATION_PATH).parent_path().parent_path() /
+                       "docs/guide-bus-server.md";
+    std::string policy = ReadFile(guide);
+    policy.erase(0, policy.find("<busconfig>"));
+    policy.erase(policy.find("```"));
+    policy.replace(policy.find("\"me\""), 4, '"' + std::to_string(getuid()) + '"');
+    m_folder.Write("guide.conf", policy);
+    const std::string system = m_folder.Write(
+        "system.conf",
+        "<busconfig><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
+        "<policy context=\"default\"><allow user=\"*\"/><deny own=\"*\"/>"
+        "<deny send_type=\"method_call\"/><allow send_type=\"signal\"/>"
+        "<allow send_requested_reply=\"true\"/><allow receive_requested_reply=\"true\"/>"
+        "<allow receive_type=\"method_call\"/><allow receive_type=\"signal\"/>"
+        "<allow send_destination=\"org.freedesktop.DBus\"/></policy>"
+        "<include>guide.conf</include></busconfig>");
+    const Descriptor nothing{open("/dev/null", O_WRONLY | O_CLOEXEC)};
+    Program bus({"dbus-daemon", "--config-file=" + system, "--nofork", "--print-address=1"},
+                nothing.number);
+    const Arguments there = {"env", "DBUS_SYSTEM_BUS_ADDRESS=" + bus.ReadLine()};
+    Program server(there + Arguments{kExamples + "/c-bus-server", "com.example.Server"});
+    EXPECT_EQ(server.ReadLine(), "com.example.Server is ours");
+    for (const auto& [caller, answers] :
+         {std::pair(Arguments{kExamples + "/c-bus-caller", "com.example.Caller"} +
+                        Arguments{"com.example.Server"},
+                    3),
+          std::pair(Arguments{COMMAND_PATH} + Words("bus call com.example.Server hello"), 1)}) {
+        const Outcome call = RunProgram(there + caller);
+        EXPECT_EQ(call.status, 0);
+        EXPECT_EQ(std::count(call.output.begin(), call.output.end(), '\n'), answers) << call.output;
+        EXPECT_EQ(call.errors, "");
+    }
 }
 
 TEST_F(BusProgramsTest, CallSendsAFile) {
