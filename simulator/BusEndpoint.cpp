@@ -8,6 +8,8 @@
 #include <cstring>
 #include <iostream>
 
+#include "Escape.h"
+
 namespace {
 
 namespace Wire = Corvane::Wire;
@@ -103,7 +105,7 @@ int BusEndpoint::OnCall(sd_bus_message* call, void* userdata, sd_bus_error* /*er
     try {
         return static_cast<const BusEndpoint*>(userdata)->Answer(call);
     } catch (const std::exception& error) {
-        std::cerr << error.what() << std::endl;
+        std::cerr << Escaped(error.what()) << std::endl;
         return -EIO;  // the caller gets an error; the service goes on
     }
 }

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <stdexcept>
 
+#include "Escape.h"
 #include "TermsService.h"
 
 namespace {
@@ -15,7 +16,8 @@ int Milliseconds(const std::string& option, const std::string& text) {
     const char* end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc() || rest != end || value < 0 || value > kLongestDelay) {
-        throw std::invalid_argument("\"" + option + "\" is not METHOD=MILLISECONDS, with 0 to " +
+        throw std::invalid_argument("\"" + Escaped(option) +
+                                    "\" is not METHOD=MILLISECONDS, with 0 to " +
                                     std::to_string(kLongestDelay) + " milliseconds.");
     }
     return value;
@@ -30,7 +32,8 @@ Misbehaviour& MisbehaviourPlan::For(const std::string& method) {
         for (const std::string& each : known) {
             all += "\n  " + each;
         }
-        throw std::invalid_argument("\"" + method + "\" is no request; give one of:" + all);
+        throw std::invalid_argument("\"" + Escaped(method) +
+                                    "\" is no request; give one of:" + all);
     }
     return m_plan[method];
 }

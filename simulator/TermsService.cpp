@@ -4,6 +4,8 @@
 #include <iostream>
 #include <sstream>
 
+#include "Escape.h"
+
 namespace {
 
 /// A request that lacks what it needs; answered with "result" false.
@@ -131,7 +133,7 @@ Json::Value TermsService::Answer(const std::string& method, const Json::Value& r
         return (this->*handler->second)(request);
     } catch (const Refusal&) {
     } catch (const std::runtime_error& error) {
-        std::cerr << error.what() << std::endl;
+        std::cerr << Escaped(error.what()) << std::endl;
     }
     return Result(false);
 }

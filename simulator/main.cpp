@@ -9,6 +9,7 @@
 
 #include "BusEndpoint.h"
 #include "CommandLine.h"
+#include "Escape.h"
 #include "Misbehaviour.h"
 #include "TermsProtocol.h"
 #include "TermsService.h"
@@ -65,7 +66,8 @@ Response Respond(TermsService& service, const Options& options, const std::strin
         response.text = Corvane::Wire::ToText(service.Answer(method, request));
     }
     if (options.verbose) {
-        std::cout << text << "\n  -> " << response.text.value_or("(silent)") << std::endl;
+        std::cout << Escaped(text) << "\n  -> " << Escaped(response.text.value_or("(silent)"))
+                  << std::endl;
     }
     return response;
 }
@@ -128,7 +130,7 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << error.what() << std::endl;
+        std::cerr << Escaped(error.what()) << std::endl;
         return kFailure;
     }
 }

@@ -124,6 +124,18 @@ TEST_F(SimulatorTest, AgreementsReachTheStoreAllOrNone) {
     EXPECT_FALSE(agreed("privacy_policy"));
 }
 
+TEST_F(SimulatorTest, WhatItShowsCannotHarmTheTerminal) {
+    const TemporaryFolder folder;
+    const std::string term = R"({"id":"a","texts":{"en":{"title":"\u007f"}}}]})";
+    Simulator simulator({"--verbose", "--catalogue", folder.Write("c", kHead + term)});
+    const std::string request = R"({"method":"get disclaimer by term id","product_type":"",)"
+                                R"("request_item":"a","x":")";
+    RunProgram({"busctl", "call", "com.velmora.tv.termsclient", "/com/velmora/tv/termsclient",
+                "com.corvane.Message1", "Exchange", "ss", "", request + "\x1b[2J\n\u202e\"}"});
+    EXPECT_EQ(simulator.ReadLine(), request + R"(\x1b[2J\n\u202e"})");
+    EXPECT_NE(simulator.ReadLine().find(R"("title":"\x7f")"), std::string::npos);
+}
+
 TEST_F(SimulatorTest, WithoutABusBothSayWhatToDo) {
     m_bus.Stop();
     Expect("country KR", 1, "", "No terms service is ready on the bus at unix:");
@@ -185,9 +197,9 @@ TEST_F(SimulatorTest, ABadStartIsExplained) {
         const std::string path = folder.Write("catalogue.json", text);
         expectRefused({"--catalogue", path}, 1, path + error);
     }
-    expectRefused({"--catalogue", "/nowhere"}, 1, "\"/nowhere\": No such file");
+    expectRefused({"--catalogue", "/no\nwhere"}, 1, R"("/no\nwhere": No such file)");
     expectRefused({"--catalogue", folder.Path()}, 1, "Cannot read the catalogue");
-    expectRefused({"--fail", "bogus"}, 2, "\"bogus\" is no request");
+    expectRefused({"--fail", "bogus\x1b"}, 2, R"("bogus\x1b" is no request)");
     expectRefused({"--delay", "set country code"}, 2, "METHOD=MILLISECONDS");
     {
         const Simulator first;
