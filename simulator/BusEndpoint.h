@@ -10,6 +10,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "Wire.h"
 
@@ -28,7 +29,7 @@ struct Response {
 /// Owns a bus name and answers the method calls that arrive for it.
 class BusEndpoint {
   public:
-    using Handler = std::function<Response(const std::string& protocol, const std::string& text)>;
+    using Handler = std::function<Response(std::string_view protocol, std::string_view text)>;
 
     /// Connects to the system bus and takes the name. Calls arrive while the loop runs; the loop
     /// ends with a failure when the bus goes away.

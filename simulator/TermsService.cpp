@@ -5,8 +5,13 @@
 #include <sstream>
 
 #include "Escape.h"
+#include "TermsProtocol.h"
 
 namespace {
+
+/// Anybody may invent product types; nobody may fill the store with them.
+constexpr std::size_t kMostProducts = 32;
+constexpr std::size_t kLongestProduct = 64;
 
 /// A request that lacks what it needs; answered with "result" false.
 struct Refusal {};
@@ -55,6 +60,21 @@ void Record(std::set<std::string>& agreed, const std::string& id, bool isAgreed)
         agreed.insert(id);
     } else {
         agreed.erase(id);
+    }
+}
+
+/// Refuses a new product type that is too long, or one too many. The set's own always has its
+/// place, whatever others record.
+void ExpectPlace(const TermsState& state, const std::string& product) {
+    if (product.size() > kLongestProduct) {
+        throw std::runtime_error("Refused an agreement: its product type has " +
+                                 std::to_string(product.size()) + " bytes. Give at most " +
+                                 std::to_string(kLongestProduct) + '.');
+    }
+    if (product != kTelevision &&
+        state.agreed.size() - state.agreed.count(kTelevision) > kMostProducts) {
+        throw std::runtime_error("Refused an agreement: " + std::to_string(kMostProducts) +
+                                 " product types have some already. Withdraw those of one.");
     }
 }
 
@@ -118,7 +138,7 @@ std::vector<std::string> TermsService::Methods() {
     return methods;
 }
 
-std::string TermsService::MethodOf(const std::string& protocol, const Json::Value& request) {
+std::string TermsService::MethodOf(std::string_view protocol, const Json::Value& request) {
     const char* member = protocol == "common_protocol" ? "request_type" : "method";
     const bool named = request.isObject() && request[member].isString();
     return named ? request[member].asString() : "";
@@ -227,8 +247,7 @@ Json::Value TermsService::GetAgreement(const Json::Value& request) {
 
 /// The members besides the request's own are ids with their agreements; all of them count, or none.
 Json::Value TermsService::SetAgreements(const Json::Value& request) {
-    const std::string product = Text(request, "product_type");
-    return Change([this, &request, &product](TermsState& state) {
+    return ChangeAgreements(request, [this, &request](std::set<std::string>& agreed) {
         for (const std::string& name : request.getMemberNames()) {
             if (name == "method" || name == "product_type" || name == "data") {
                 continue;
@@ -237,7 +256,7 @@ Json::Value TermsService::SetAgreements(const Json::Value& request) {
             if (term == nullptr || term->onlyNotice) {
                 throw Refusal();
             }
-            Record(state.agreed[product], name, Agreement(request[name]));
+            Record(agreed, name, Agreement(request[name]));
         }
     });
 }
@@ -247,19 +266,33 @@ Json::Value TermsService::SetOneAgreement(const Json::Value& request) {
     if (term.onlyNotice) {
         throw Refusal();
     }
-    const std::string product = Text(request, "product_type");
     const bool isAgreed = Flag(request, "is_agreed");
-    return Change([&](TermsState& state) { Record(state.agreed[product], term.id, isAgreed); });
+    return ChangeAgreements(
+        request, [&](std::set<std::string>& agreed) { Record(agreed, term.id, isAgreed); });
 }
 
 Json::Value TermsService::SetAllAgreements(const Json::Value& request) {
-    const std::string product = Text(request, "product_type");
     const bool isAgreed = Flag(request, "is_agreed");
-    return Change([&](TermsState& state) {
+    return ChangeAgreements(request, [&](std::set<std::string>& agreed) {
         for (const Term& term : m_catalogue.terms) {
             if (!term.onlyNotice) {
-                Record(state.agreed[product], term.id, isAgreed);
+                Record(agreed, term.id, isAgreed);
             }
+        }
+    });
+}
+
+Json::Value TermsService::ChangeAgreements(
+    const Json::Value& request, const std::function<void(std::set<std::string>&)>& change) {
+    const std::string product = Text(request, "product_type");
+    return Change([&](TermsState& state) {
+        const bool isNew = state.agreed.count(product) == 0;
+        std::set<std::string>& agreed = state.agreed[product];
+        change(agreed);
+        if (agreed.empty()) {
+            state.agreed.erase(product);
+        } else if (isNew) {
+            ExpectPlace(state, product);
         }
     });
 }

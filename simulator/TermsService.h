@@ -5,7 +5,9 @@
 #include <json/value.h>
 
 #include <functional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Catalogue.h"
@@ -25,7 +27,7 @@ class TermsService {
 
     /// The name of a request: its "method", or its "request_type" under the protocol
     /// "common_protocol"; empty when it has none.
-    static std::string MethodOf(const std::string& protocol, const Json::Value& request);
+    static std::string MethodOf(std::string_view protocol, const Json::Value& request);
 
     /// Answers a request. A request that is unknown, or lacks what it needs, gets "result" false,
     /// and then nothing has changed.
@@ -53,6 +55,9 @@ class TermsService {
     Json::Value SetOneAgreement(const Json::Value& request);
     Json::Value SetAllAgreements(const Json::Value& request);
 
+    /// Changes the agreements of a request's product type and stores them.
+    Json::Value ChangeAgreements(const Json::Value& request,
+                                 const std::function<void(std::set<std::string>& agreed)>& change);
     /// Makes a change of the state and stores it.
     Json::Value Change(const std::function<void(TermsState&)>& change);
     /// Stores and adopts a state and a catalogue; on failure nothing has changed.

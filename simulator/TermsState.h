@@ -11,7 +11,8 @@
 
 struct TermsState {
     std::string country;
-    /// Ids agreed to, by product type. Ids that the catalogue no longer has are kept.
+    /// Ids agreed to, by product type, which has some. Ids that the catalogue no longer has are
+    /// kept.
     std::map<std::string, std::set<std::string>> agreed;
 
     bool IsAgreed(const std::string& product, const std::string& id) const;

@@ -17,6 +17,7 @@
 namespace {
 
 constexpr int kFailure = 1;
+constexpr std::size_t kLargestRequest = 1'000'000;
 
 struct Options {
     std::string catalogue;
@@ -48,8 +49,24 @@ EventLoop MakeLoop() {
     return loop;
 }
 
-Response Respond(TermsService& service, const Options& options, const std::string& protocol,
-                 const std::string& text) {
+/// Refuses a request that would take seconds and a gigabyte to read.
+Response RefuseLarge(const Options& options, std::size_t size) {
+    Response response;
+    response.text = R"({"result":false})";
+    std::cerr << "Refused a request of " << size << " bytes: at most " << kLargestRequest
+              << " are read." << std::endl;
+    if (options.verbose) {
+        std::cout << "(" << size << " bytes)\n  -> " << *response.text << std::endl;
+    }
+    return response;
+}
+
+Response Respond(TermsService& service, const Options& options, std::string_view protocol,
+                 std::string_view text) {
+    const std::size_t size = protocol.size() + text.size();
+    if (size > kLargestRequest) {
+        return RefuseLarge(options, size);
+    }
     Json::Value request;
     Corvane::Wire::FromText(text, request);
     const std::string method = TermsService::MethodOf(protocol, request);
@@ -79,7 +96,7 @@ int Serve(const Options& options) {
     // when the loop runs.
     std::optional<TermsService> service;
     const BusEndpoint endpoint(loop.get(), kTermsService,
-                               [&](const std::string& protocol, const std::string& text) {
+                               [&](std::string_view protocol, std::string_view text) {
                                    return Respond(*service, options, protocol, text);
                                });
     service.emplace(std::move(catalogue), options.catalogue);

@@ -1,5 +1,6 @@
 // The simulator: what it stores, and what it does when things go wrong. What it answers, and what
 // the command prints for it, is in the transcripts.
+#include <TCServer.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -8,11 +9,13 @@
 
 #include "BusPeer.h"
 #include "Store.h"
+#include "VerantiAPI.h"
 
 namespace {
 
 constexpr char kAgreements[] = "db/veranti/disclaimeragrees";
 constexpr char kTitles[] = "db/veranti/terms_title";
+constexpr char kState[] = "db/veranti/simulator_state";
 
 /// The first line of a catalogue; its terms follow, and "]}".
 const std::string kHead =
@@ -124,6 +127,91 @@ TEST_F(SimulatorTest, AgreementsReachTheStoreAllOrNone) {
     EXPECT_FALSE(agreed("privacy_policy"));
 }
 
+/// Agrees to a term for a product type, or withdraws that.
+bool Agree(const std::string& product, bool agreed = true) {
+    setenv("VERANTI_LOG", "off", 1);
+    CVerantiAPI& client = *CVerantiAPI::GetInstance();
+    const bool done = client.SetDisclaimerItemAgreement("newsletter", agreed ? 1 : 0, product);
+    unsetenv("VERANTI_LOG");
+    return done;
+}
+
+TEST_F(SimulatorTest, NobodyCanMakeItsStateGrowWithoutEnd) {
+    Simulator simulator;
+    for (int i = 0; i < 32; ++i) {
+        EXPECT_TRUE(Agree(std::to_string(i)));
+    }
+    const std::string longest(64, 'x');
+    const struct {
+        std::string product;
+        bool agreed, recorded;
+        const char* error;
+    } cases[] = {
+        {"33rd", true, false, "Refused an agreement: 32 product types have some already. "},
+        {"33rd", false, true, ""},
+        {"TV", true, true, ""},
+        {"0", true, true, ""},
+        {longest, true, false, "Refused an agreement: 32 product types have some already. "},
+        {"0", false, true, ""},
+        {longest + 'x', true, false, "Refused an agreement: its product type has 65 bytes. "},
+        {longest, true, true, ""},
+        {std::string(1'000'000, 'x'), true, false, "Refused a request of 10000"},
+    };
+    for (const auto& [product, agreed, recorded, error] : cases) {
+        RunCommand("show newsletter --product asked");  // takes no place
+        EXPECT_EQ(Agree(product, agreed), recorded) << product.substr(0, 70);
+        const std::string errors = simulator.Errors();
+        EXPECT_EQ(errors.find(error), 0) << errors;
+        EXPECT_EQ(errors.empty(), recorded) << errors;
+    }
+    EXPECT_LT(Stored(kState).size(), 1000);
+}
+
+TEST_F(SimulatorTest, WhatIsStoredBeyondTheLimitsIsKept) {
+    std::string state = R"({"agreed":{"none":[],")" + std::string(65, 'x') + R"(":["newsletter"])";
+    for (int i = 0; i < 40; ++i) {
+        state += ",\"" + std::to_string(i) + R"(":["newsletter"])";
+    }
+    vconf_set_str(kState, (state + R"(},"country":""})").c_str());
+    Simulator simulator;
+    EXPECT_EQ(Stored(kState).find("none"), std::string::npos);
+    EXPECT_NE(RunCommand("show newsletter --product 39").output.find("State: agreed"),
+              std::string::npos);
+    EXPECT_TRUE(Agree(std::string(65, 'x')));
+    EXPECT_TRUE(Agree(std::string(65, 'x'), false));
+    EXPECT_FALSE(Agree("new"));
+    EXPECT_TRUE(Agree("TV"));
+    EXPECT_NE(simulator.Errors(), "");
+}
+
+TEST_F(SimulatorTest, AMillionBytesAreTheLargestRequestThatIsRead) {
+    constexpr std::size_t kRest =
+        sizeof R"(protocol{"data":"","method":"is service available"})" - 1;
+    Corvane::TCServer client("CAutoConnect", Corvane::TCServer::TC_SERVER_CLIENT);
+    Corvane::TCMessage request;
+    Corvane::TCMessage reply;
+    request.m_Protocol = "protocol";
+    request.m_JsonBody["method"] = "is service available";
+    ASSERT_TRUE(client.CreateDBusProxy());
+    const auto answer = [&](std::size_t size) {
+        request.m_JsonBody["data"] = std::string(size - kRest, 'x');
+        client.SendMessage("com.velmora.tv.termsclient", &request, true, &reply, -1);
+        return reply.m_JsonBody["result"];
+    };
+    {
+        Simulator simulator;
+        EXPECT_EQ(answer(1'000'000), true);
+        ASSERT_EQ(answer(1'000'001), false);
+        EXPECT_EQ(simulator.Errors(),
+                  "Refused a request of 1000001 bytes: at most 1000000 are read.\n");
+    }
+    Simulator simulator({"--verbose"});
+    EXPECT_EQ(answer(1'000'001), false);
+    EXPECT_EQ(simulator.ReadLine(), "(1000001 bytes)");
+    EXPECT_EQ(simulator.ReadLine(), R"(  -> {"result":false})");
+    EXPECT_NE(simulator.Errors(), "");
+}
+
 TEST_F(SimulatorTest, WhatItShowsCannotHarmTheTerminal) {
     const TemporaryFolder folder;
     const std::string term = R"({"id":"a","texts":{"en":{"title":"\u007f"}}}]})";
@@ -208,7 +296,7 @@ TEST_F(SimulatorTest, ABadStartIsExplained) {
         expectRefused({"--catalogue", other}, 1, "\"com.velmora.tv.termsclient\" is taken");
         EXPECT_EQ(Stored(kAgreements), agreements);
     }
-    vconf_set_str("db/veranti/simulator_state", "{\"agreed\":[3]}");
+    vconf_set_str(kState, "{\"agreed\":[3]}");
     expectRefused({}, 1, "is not the simulator's");
     setenv("VERANTI_STORE", (folder.Path() + "/catalogue.json").c_str(), 1);
     expectRefused({}, 1, "VERANTI_STORE");
