@@ -30,12 +30,13 @@ struct EventRelease {
 };
 using EventLoop = std::unique_ptr<sd_event, EventRelease>;
 
-/// An event loop that SIGTERM and SIGINT end.
+/// An event loop that SIGTERM and SIGINT end. A file limit is a full disk, which ends nobody.
 EventLoop MakeLoop() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGXFSZ);
     sigprocmask(SIG_BLOCK, &signals, nullptr);
 
     sd_event* made = nullptr;
