@@ -67,7 +67,7 @@ TEST_F(SaveTest, KillsLoseNothing) {
     }
     --recorded;
 
-    std::minstd_rand random;
+    std::minstd_rand random(std::random_device{}());
     unsigned saves = 0;
     unsigned hits = 0;
     unsigned misses = 0;

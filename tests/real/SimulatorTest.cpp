@@ -219,8 +219,8 @@ TEST_F(SimulatorTest, WhatItShowsCannotHarmTheTerminal) {
     const std::string request = R"({"method":"get disclaimer by term id","product_type":"",)"
                                 R"("request_item":"a","x":")";
     RunProgram({"busctl", "call", "com.velmora.tv.termsclient", "/com/velmora/tv/termsclient",
-                "com.corvane.Message1", "Exchange", "ss", "", request + "\x1b[2J\n\u202e\"}"});
-    EXPECT_EQ(simulator.ReadLine(), request + R"(\x1b[2J\n\u202e"})");
+                "com.corvane.Message1", "Exchange", "ss", "", request + "\x1b[2J\n\u200e\"}"});
+    EXPECT_EQ(simulator.ReadLine(), request + R"(\x1b[2J\n\u200e"})");
     EXPECT_NE(simulator.ReadLine().find(R"("title":"\x7f")"), std::string::npos);
 }
 
