@@ -1,6 +1,8 @@
 // The only source that includes CLI11, which takes long to compile.
 #include "CommandLine.h"
 
+#include <Escape.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <limits>
@@ -112,7 +114,7 @@ int Command::Run(int argc, char** argv, const std::function<int()>& work) const 
     } catch (const std::invalid_argument& error) {
         return show(CLI::ValidationError(error.what()));
     } catch (const std::exception& error) {
-        Complain(error.what());
+        Complain(Escaped(error.what()));  // one sentence, on one line
         return kFailure;
     }
 }
