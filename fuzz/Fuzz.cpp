@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "Doubles.h"
-
 void Require(bool holds) {
     if (!holds) {
         std::abort();
@@ -12,7 +10,7 @@ void Require(bool holds) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    ThePlatform().Reset();
+    StartAnew();
     FuzzText(std::string(data, data + size));
     return 0;
 }

@@ -25,7 +25,7 @@ Character FirstCharacter(std::string_view text) {
         if ((next & 0xc0) != 0x80) {
             return none;
         }
-        code = code << 6U | (next & 0x3fU);
+        code = code << 6U | (static_cast<unsigned char>(next) & 0x3fU);
     }
     const bool surrogate = code >= 0xd800 && code <= 0xdfff;
     return code < kLeast.at(bytes) || surrogate || code > 0x10ffff ? none : Character{code, bytes};
