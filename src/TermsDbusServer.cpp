@@ -54,7 +54,7 @@ thread_local unsigned t_nClosings = 0;
 /// Waits until the bus has read what was sent before: it answers in order. A bus that stalls is
 /// waited for as long as in any call; g_dbus_connection_flush_sync() has no limit.
 void AwaitDelivery(GDBusConnection* connection) {
-    g_autoptr(GVariant) id = g_dbus_connection_call_sync(
+    [[maybe_unused]] g_autoptr(GVariant) id = g_dbus_connection_call_sync(
         connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
         "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
 }
