@@ -6,7 +6,8 @@
 /// One run over one input.
 void FuzzText(const std::string& text);
 
-/// Makes the platform as new: the fast tests' doubles, or the host's with a bus of our own (Peer.h).
+/// Makes the platform as new: the fast tests' doubles, or the host's with a bus of our own
+/// (Peer.h).
 void StartAnew();
 
 /// Ends the run when something does not hold.

@@ -1,0 +1,6 @@
+#include "Doubles.h"
+#include "Fuzz.h"
+
+void StartAnew() {
+    ThePlatform().Reset();
+}

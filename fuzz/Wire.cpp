@@ -1,0 +1,104 @@
+// The framework against a bus that says anything. The first byte of the input says whether the bus
+// greets the framework well first; the rest is what it says then, and the request too. What GDBus
+// reads of the same bytes is what the framework has to have read.
+#include "Wire.h"
+
+#include <TCServer.h>
+#include <gio/gio.h>
+#include <json/reader.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "Fuzz.h"
+#include "Peer.h"
+
+namespace {
+
+/// A message at the start of a stream, as GDBus reads it, which is taken off.
+GDBusMessage* TakeMessage(std::string& stream) {
+    std::vector<guchar> bytes(stream.begin(), stream.end());
+    const gssize size =
+        bytes.size() < 16 ? -1 : g_dbus_message_bytes_needed(bytes.data(), bytes.size(), nullptr);
+    if (size < 0 || static_cast<std::size_t>(size) > bytes.size()) {
+        return nullptr;
+    }
+    stream.erase(0, static_cast<std::size_t>(size));
+    return g_dbus_message_new_from_blob(bytes.data(), static_cast<gsize>(size),
+                                        G_DBUS_CAPABILITY_FLAGS_NONE, nullptr);
+}
+
+/// The text at a place of a message's body.
+std::optional<std::string> Text(GDBusMessage* message, const char* types, gsize place) {
+    GVariant* body = message != nullptr ? g_dbus_message_get_body(message) : nullptr;
+    if (body == nullptr || !g_variant_is_of_type(body, G_VARIANT_TYPE(types))) {
+        return std::nullopt;
+    }
+    g_autoptr(GVariant) text = g_variant_get_child_value(body, place);
+    return g_variant_get_string(text, nullptr);
+}
+
+/// The body of a stream that is a good reply and nothing else.
+std::optional<Json::Value> ReplyIn(std::string stream) {
+    g_autoptr(GDBusMessage) message = TakeMessage(stream);
+    const std::optional<std::string> text = Text(message, "(s)", 0);
+    Json::Value body;
+    const bool good =
+        text && stream.empty() &&
+        g_dbus_message_get_message_type(message) == G_DBUS_MESSAGE_TYPE_METHOD_RETURN &&
+        g_dbus_message_get_reply_serial(message) == 2 && Corvane::Wire::FromText(*text, body);
+    return good ? std::optional<Json::Value>(body) : std::nullopt;
+}
+
+/// A value whose text is read again is the same value, or deeper than may be read.
+void RoundTrip(const Json::Value& value) {
+    const std::string text = Corvane::Wire::ToText(value);
+    Json::Value read;
+    Require(Corvane::Wire::FromText(text, read)
+                ? Corvane::Wire::ToText(read) == text
+                : std::count(text.begin(), text.end(), '[') +
+                          std::count(text.begin(), text.end(), '{') >=
+                      Corvane::Wire::kMostLevels);
+}
+
+Json::Value Request(const std::string& text) {
+    Json::Value value;
+    try {
+        static const Json::CharReaderBuilder builder;
+        const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+        if (reader->parse(text.data(), text.data() + text.size(), &value, nullptr)) {
+            return value;
+        }
+    } catch (const Json::Exception&) {  // too deep for the reader
+    }
+    return text;
+}
+
+}  // namespace
+
+void FuzzText(const std::string& input) {
+    const bool greeted = !input.empty() && input[0] % 2 != 0;
+    const std::string stream = input.empty() ? input : input.substr(1);
+    Corvane::TCMessage request;
+    Corvane::TCMessage reply;
+    request.m_JsonBody = Request(stream);
+    reply.m_JsonBody = "untouched";
+    RoundTrip(request.m_JsonBody);
+    Peer::Say({(greeted ? Peer::Greeting() : "") + stream});
+    bool answered = false;
+    {
+        Corvane::TCServer server("fuzz", Corvane::TCServer::TC_SERVER_CLIENT);
+        server.CreateDBusProxy();
+        answered = server.SendMessage("com.example.Name", &request, true, &reply, -1);
+    }
+    Require(answered || reply.m_JsonBody == "untouched");
+    std::string written = Peer::TakeWritten().at(0);
+    const std::optional<Json::Value> expected = greeted ? ReplyIn(stream) : std::nullopt;
+    Require(!expected || (answered && reply.m_JsonBody == *expected));
+    if (answered) {
+        written.erase(0, written.find("BEGIN\r\n") + 7);
+        [[maybe_unused]] g_autoptr(GDBusMessage) hello = TakeMessage(written);
+        g_autoptr(GDBusMessage) sent = TakeMessage(written);
+        Require(Text(sent, "(ss)", 1) == Corvane::Wire::ToText(request.m_JsonBody));
+    }
+}
