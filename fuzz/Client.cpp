@@ -248,16 +248,17 @@ void (*const kCalls[])() = {
 
 }  // namespace
 
-void FuzzText(const std::string& input) {
+void FuzzText(const std::string& text) {
     static const bool kMadeOnce = [] {  // and not where it is counted
         using Descriptor = CVerantiAPI::CErrorDescriptor;
         Descriptor::FromString(Descriptor().ToString());
-        return CSharpGetInstance() != nullptr && CSharpIsServiceAvailable() == 0;
+        Peer::Say({Peer::Greeting() + Peer::Reply("{\"result\": true}")});
+        return CSharpGetInstance() != nullptr && CSharpIsServiceAvailable() == 1;
     }();
     Require(kMadeOnce);
     StartAnew();
     std::vector<std::string> streams;
-    std::istringstream lines(input.empty() ? input : input.substr(1));
+    std::istringstream lines(text.empty() ? text : text.substr(1));
     g_said.clear();
     for (std::string line; std::getline(lines, line);) {
         g_said.emplace_back();
@@ -269,7 +270,7 @@ void FuzzText(const std::string& input) {
     Peer::Say(std::move(streams));
     CSharpGetInstance();
     try {
-        kCalls[input.empty() ? 0 : static_cast<unsigned char>(input[0]) % std::size(kCalls)]();
+        kCalls[text.empty() ? 0 : static_cast<unsigned char>(text[0]) % std::size(kCalls)]();
     } catch (const Json::Exception&) {  // members of another kind
     } catch (const std::bad_alloc&) {   // a list without an end
     }

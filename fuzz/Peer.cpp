@@ -41,6 +41,7 @@ std::string ReplyTo(std::size_t serial, const std::string& text) {
 
 void Peer::Say(std::vector<std::string> streams) {
     g_streams = std::move(streams);
+    g_sockets.reserve(kMostConnections);  // nothing is allocated in calls that are counted
 }
 
 std::string Peer::Greeting() {
@@ -77,7 +78,7 @@ void StartAnew() {
 
 /// Stands in front of libsystemd's own.
 extern "C" [[gnu::visibility("default")]] int sd_bus_open_system_with_description(
-    sd_bus** opened, const char* description) {
+    sd_bus** ret, const char* description) {
     if (g_sockets.size() == Peer::kMostConnections) {
         throw std::bad_alloc();
     }
@@ -91,10 +92,10 @@ extern "C" [[gnu::visibility("default")]] int sd_bus_open_system_with_descriptio
     sd_bus* bus = nullptr;
     Require(sd_bus_new(&bus) >= 0 && sd_bus_set_description(bus, description) >= 0 &&
             sd_bus_set_bus_client(bus, 1) >= 0 && sd_bus_set_fd(bus, ends[0], ends[0]) >= 0);
-    *opened = bus;
+    *ret = bus;
     const int started = sd_bus_start(bus);
     if (started < 0) {
-        *opened = sd_bus_close_unref(bus);
+        *ret = sd_bus_close_unref(bus);
     }
     return started;
 }

@@ -1,6 +1,6 @@
 // The framework against a bus that says anything. The first byte of the input says whether the bus
-// greets the framework well first; the rest is what it says then, and the request too. What GDBus
-// reads of the same bytes is what the framework has to have read.
+// greets the framework well first; the rest is what it says then, and the request too. A reply that
+// the framework takes is the one that GDBus, which is less strict, reads of the same bytes.
 #include "Wire.h"
 
 #include <TCServer.h>
@@ -31,23 +31,25 @@ GDBusMessage* TakeMessage(std::string& stream) {
 /// The text at a place of a message's body.
 std::optional<std::string> Text(GDBusMessage* message, const char* types, gsize place) {
     GVariant* body = message != nullptr ? g_dbus_message_get_body(message) : nullptr;
-    if (body == nullptr || !g_variant_is_of_type(body, G_VARIANT_TYPE(types))) {
+    if (body == nullptr || g_variant_is_of_type(body, G_VARIANT_TYPE(types)) == FALSE) {
         return std::nullopt;
     }
     g_autoptr(GVariant) text = g_variant_get_child_value(body, place);
     return g_variant_get_string(text, nullptr);
 }
 
-/// The body of a stream that is a good reply and nothing else.
+/// The body of the first reply in a stream to the call that comes behind the greeting.
 std::optional<Json::Value> ReplyIn(std::string stream) {
-    g_autoptr(GDBusMessage) message = TakeMessage(stream);
-    const std::optional<std::string> text = Text(message, "(s)", 0);
-    Json::Value body;
-    const bool good =
-        text && stream.empty() &&
-        g_dbus_message_get_message_type(message) == G_DBUS_MESSAGE_TYPE_METHOD_RETURN &&
-        g_dbus_message_get_reply_serial(message) == 2 && Corvane::Wire::FromText(*text, body);
-    return good ? std::optional<Json::Value>(body) : std::nullopt;
+    while (GDBusMessage* const taken = TakeMessage(stream)) {
+        g_autoptr(GDBusMessage) message = taken;
+        if (g_dbus_message_get_reply_serial(message) == 2) {
+            const std::optional<std::string> text = Text(message, "(s)", 0);
+            Json::Value body;
+            const bool good = text && Corvane::Wire::FromText(*text, body);
+            return good ? std::optional<Json::Value>(body) : std::nullopt;
+        }
+    }
+    return std::nullopt;
 }
 
 /// A value whose text is read again is the same value, or deeper than may be read.
@@ -76,9 +78,9 @@ Json::Value Request(const std::string& text) {
 
 }  // namespace
 
-void FuzzText(const std::string& input) {
-    const bool greeted = !input.empty() && input[0] % 2 != 0;
-    const std::string stream = input.empty() ? input : input.substr(1);
+void FuzzText(const std::string& text) {
+    const bool greeted = !text.empty() && text[0] % 2 != 0;
+    const std::string stream = text.empty() ? text : text.substr(1);
     Corvane::TCMessage request;
     Corvane::TCMessage reply;
     request.m_JsonBody = Request(stream);
@@ -91,14 +93,14 @@ void FuzzText(const std::string& input) {
         server.CreateDBusProxy();
         answered = server.SendMessage("com.example.Name", &request, true, &reply, -1);
     }
-    Require(answered || reply.m_JsonBody == "untouched");
     std::string written = Peer::TakeWritten().at(0);
-    const std::optional<Json::Value> expected = greeted ? ReplyIn(stream) : std::nullopt;
-    Require(!expected || (answered && reply.m_JsonBody == *expected));
-    if (answered) {
-        written.erase(0, written.find("BEGIN\r\n") + 7);
-        [[maybe_unused]] g_autoptr(GDBusMessage) hello = TakeMessage(written);
-        g_autoptr(GDBusMessage) sent = TakeMessage(written);
-        Require(Text(sent, "(ss)", 1) == Corvane::Wire::ToText(request.m_JsonBody));
+    if (!answered) {
+        Require(reply.m_JsonBody == "untouched");
+        return;
     }
+    Require(reply.m_JsonBody == ReplyIn(stream));
+    written.erase(0, written.find("BEGIN\r\n") + 7);
+    [[maybe_unused]] g_autoptr(GDBusMessage) hello = TakeMessage(written);
+    g_autoptr(GDBusMessage) sent = TakeMessage(written);
+    Require(Text(sent, "(ss)", 1) == Corvane::Wire::ToText(request.m_JsonBody));
 }

@@ -1,12 +1,15 @@
 // The whole client and the bus server toolkit under load, while the simulator and the bus are
-// killed and started again, replies are late, refused, garbled or missing, and the store is
-// rewritten. What counts is that nothing answers wrongly, crashes or leaves anything behind. (The C
-// interface's list is left out: it leaves its records behind.) soak [SECONDS [THREADS]]
+// killed and started again, replies are late, refused, garbled or missing, the store is rewritten,
+// threads are cancelled in their calls, and servers close in their callbacks. What counts is that
+// nothing answers wrongly, crashes or leaves anything behind. soak [SECONDS [THREADS]]
 #include <TermsAPI.h>
 #include <malloc.h>
+#include <pthread.h>
 #include <vconf.h>
 
+#include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -17,6 +20,8 @@
 #include <thread>
 
 #include "CSharpBridgeAPI.h"
+#include "LeftBehind.h"
+#include "Store.h"
 #include "TermsDbusServer.h"
 #include "TermsProtocol.h"
 #include "VerantiAPI.h"
@@ -33,17 +38,20 @@ using Clock = std::chrono::steady_clock;
 using Random = std::minstd_rand;
 
 constexpr char kEcho[] = "com.example.Echo";
+constexpr char kClosing[] = "com.example.Closing";
 constexpr std::size_t kTitleSize = 20000;  // more than one write's worth
-constexpr long kKept = 1 << 20;            // what GLib's and the C library's caches may keep
+#ifdef __SANITIZE_THREAD__
+constexpr bool kCancels = false;  // it does not see what a thread closes while it is cancelled
+#else
+constexpr bool kCancels = true;
+#endif
+constexpr long kKept = 1 << 20;  // what GLib's and the C library's caches may keep
 
 const std::set<std::string> kTerms = {
     "terms_of_use",         "privacy_policy", "viewing_information", "voice_recognition",
     "personal_advertising", "newsletter",     "energy_notice"};
 
 std::atomic<bool> g_stop{false};
-std::atomic<long> g_answered{0};
-std::atomic<long> g_failed{0};
-std::atomic<long> g_wrong{0};
 
 enum class Result { Answered, Failed, Wrong };
 
@@ -51,14 +59,17 @@ Result Judge(bool answered, bool right) {
     return !answered ? Result::Failed : right ? Result::Answered : Result::Wrong;
 }
 
-void Count(Result result) {
-    ++(result == Result::Answered ? g_answered : result == Result::Failed ? g_failed : g_wrong);
+using Counts = std::array<std::atomic<long>, 3>;  // of each Result
+
+void Count(Counts& counts, Result result) {
+    ++counts.at(static_cast<std::size_t>(result));
 }
 
 /// One of the threads that ask.
 struct Caller {
     Random random;
     std::string own;             ///< the term that nobody else agrees to; empty: none
+    std::string key;             ///< the key that nobody else writes
     std::optional<bool> agreed;  ///< what is recorded for it, as far as the caller can know
 
     CVerantiAPI& client = *CVerantiAPI::GetInstance();
@@ -91,6 +102,26 @@ Result Shown(Caller& /*caller*/) {
         },
         &sections);
     return Judge(sections != -1, sections == 4);
+}
+
+/// The C interface's list. Its client's records are given back here.
+Result ShownAll(Caller& /*caller*/) {
+    const LeftBehind records;
+    int known = 0;
+    try {
+        GetAllDisclaimerDetail(
+            TERMS_REQUESTER_0,
+            [](TermsContentItem** items, int count, void* found) {
+                int& number = *static_cast<int*>(found);
+                for (int i = 0; i < count; ++i) {
+                    number += kTerms.count(items[i]->strItemId) == 1 ? 1 : -count;
+                }
+            },
+            &known);
+    } catch (const Json::Exception&) {
+        return Result::Failed;
+    }
+    return Judge(LeftBehind::Count() > 0, known > 0);
 }
 
 /// Whether each record is of another known term; releases them.
@@ -175,19 +206,97 @@ Result Checked(Caller& caller) {
     return Judge(answered, code == 0 && reason == 0);
 }
 
+/// A key of its own is what its writer made of it.
+Result Kept(Caller& caller) {
+    const std::string text(caller.random() % kTitleSize, 'c');
+    const char* const key = caller.key.c_str();
+    const bool kept = vconf_set_str(key, text.c_str()) == 0 && Stored(key) == text;
+    return Judge(true, kept && vconf_unset(key) == 0 && Stored(key) == "(null)");
+}
+
+/// Writes what all read.
+Result Titled(Caller& caller) {
+    if (caller.random() % 4 == 0) {
+        return Judge(true, vconf_unset(kTitlesKey) == 0 || errno == ENOENT);
+    }
+    const std::string title(kTitleSize, caller.random() % 2 == 0 ? 'a' : 'b');
+    return Judge(true, vconf_set_str(kTitlesKey, ("[{\"title\":\"" + title + "\"}]").c_str()) == 0);
+}
+
+struct Kind {
+    const char* name;
+    Result (*call)(Caller&);
+    Counts counts{};
+};
+Kind g_calls[] = {{"available", Available}, {"number", Number},     {"detail", Detail},
+                  {"detail in C", Shown},   {"list", Listed},       {"list in C", ShownAll},
+                  {"revised", Revised},     {"agree", Agree},       {"agreed", Agreed},
+                  {"title", Title},         {"header", Header},     {"check", Checked},
+                  {"store", Kept},          {"write title", Titled}};
+Counts g_echoes;
+Counts g_closings;
+Counts g_cancellations;
+
 void Call(Caller caller) {
-    Result (*const calls[])(Caller&) = {Available, Number, Detail, Shown,  Listed, Revised,
-                                        Agree,     Agreed, Title,  Header, Checked};
     while (!g_stop) {
+        Kind& kind = g_calls[caller.random() % std::size(g_calls)];
         try {
-            Count(calls[caller.random() % std::size(calls)](caller));
+            Count(kind.counts, kind.call(caller));
         } catch (const Json::Exception&) {  // a garbled reply
-            Count(Result::Failed);
+            Count(kind.counts, Result::Failed);
         }
     }
 }
 
-/// Calls an echo over and over, and comes back on each new bus.
+void* CallUntilCancelled(void* seed) {
+    Call({Random(*static_cast<unsigned*>(seed)), "", "soak/cancelled", {}});
+    return nullptr;
+}
+
+/// Gives calls up at any moment, one thread after the other.
+void CancelCalls(unsigned first) {
+    Random random(first);
+    while (!g_stop) {
+        auto seed = static_cast<unsigned>(random());
+        pthread_t thread{};
+        void* result = nullptr;
+        pthread_create(&thread, nullptr, CallUntilCancelled, &seed);
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
+        pthread_cancel(thread);
+        pthread_join(thread, &result);
+        Count(g_cancellations, Judge(result == PTHREAD_CANCELED, true));
+    }
+}
+
+std::uint32_t g_served = 0;
+
+/// A process whose server closes in each call and comes back; each answer has the next number.
+int ServeAndClose() {
+    std::signal(SIGTERM, [](int) { std::_Exit(EXIT_SUCCESS); });
+    for (std::uint32_t before = 0;; before = g_served) {
+        TermsDbusServer server("closing");
+        const TermsDbusMessageCallback answer = [](const char*, TermsDbusMessage*,
+                                                   TermsDbusMessage* reply, void* closing) {
+            static_cast<TermsDbusServer*>(closing)->CloseDbusServer();
+            reply->code = ++g_served;
+            return 1;
+        };
+        server.RegisterCallabck(TERMS_DBUS_CALLBACK_MESSAGE, reinterpret_cast<void*>(answer),
+                                &server);
+        if (!server.CreateDbusServer(kClosing)) {
+            return EXIT_FAILURE;
+        }
+        if (before == 0) {
+            std::puts("ready");
+            std::fflush(stdout);
+        }
+        while (g_served == before) {
+            g_main_context_iteration(nullptr, TRUE);
+        }
+    }
+}
+
+/// Calls an echo and a closing server over and over, and comes back on each new bus.
 void CallEcho() {
     GMainContext* context = g_main_context_new();
     g_main_context_push_thread_default(context);
@@ -197,10 +306,15 @@ void CallEcho() {
         std::uint8_t bytes[] = {1, 2, 3};
         const TermsDbusMessage request = {text, 7, text, text, bytes, sizeof bytes};
         bool open = caller.CreateDbusServer("com.example.Caller");
+        static std::uint32_t last = 0;  // a closing server that starts anew counts anew, too
         while (!g_stop) {
             TermsDbusMessage reply{};
             const bool answered = open && caller.SendDbusSyncMessage(kEcho, request, reply, 1000);
-            Count(Judge(answered, reply.buffer_size == sizeof bytes && reply.code == 7));
+            Count(g_echoes, Judge(answered, reply.buffer_size == sizeof bytes && reply.code == 7));
+            ReleaseTermsDbusMessage(&reply);
+            const bool closed = open && caller.SendDbusSyncMessage(kClosing, request, reply, -1);
+            Count(g_closings, Judge(closed, reply.code == last + 1 || reply.code == 1));
+            last = closed ? reply.code : last;
             ReleaseTermsDbusMessage(&reply);
             while (g_main_context_iteration(context, FALSE) != FALSE) {
             }
@@ -229,6 +343,7 @@ class Services {
     void RestartBus() {
         Kill(m_simulator);
         Kill(m_echo);
+        Kill(m_closing);
         Kill(m_bus);
         StartBus();
     }
@@ -247,12 +362,15 @@ class Services {
         m_simulator.emplace();
         m_echo.emplace(Arguments{COMMAND_PATH, "bus", "serve", kEcho});
         m_echo->ReadLine();
+        m_closing.emplace(Arguments{"/proc/self/exe", "serve"});
+        m_closing->ReadLine();
     }
 
     std::string m_address;
     std::optional<PrivateBus> m_bus;
     std::optional<Simulator> m_simulator;
     std::optional<Program> m_echo;
+    std::optional<Program> m_closing;
     int m_crashes = 0;
 };
 
@@ -273,19 +391,13 @@ Arguments Misbehaviour(Random& random) {
 }
 
 void Inject(Services& services, Random& random) {
-    switch (random() % 8) {
+    switch (random() % 6) {
         case 0:
             services.RestartBus();
             break;
         case 1:
             services.RestartSimulator({});
             break;
-        case 2:
-        case 3: {
-            const std::string title(kTitleSize, random() % 2 == 0 ? 'a' : 'b');
-            vconf_set_str(kTitlesKey, ("[{\"title\":\"" + title + "\"}]").c_str());
-            break;
-        }
         default:
             services.RestartSimulator(Misbehaviour(random));
     }
@@ -310,16 +422,20 @@ int Run(Services& services, int seconds, int threads, bool faults) {
     std::vector<std::thread> callers;
     auto own = kTerms.begin();
     for (int i = 0; i < threads; ++i) {
-        callers.emplace_back(
-            Call,
-            Caller{Random(static_cast<unsigned>(i + 1)), own != kTerms.end() ? *own++ : "", {}});
+        callers.emplace_back(Call, Caller{Random(static_cast<unsigned>(i + 1)),
+                                          own != kTerms.end() ? *own++ : "",
+                                          "soak/" + std::to_string(i),
+                                          {}});
     }
     callers.emplace_back(CallEcho);
+    if (kCancels) {
+        callers.emplace_back(CancelCalls, static_cast<unsigned>(seconds));
+    }
     Random random(static_cast<unsigned>(seconds));  // the same faults each time
     int injected = 0;
     const auto end = Clock::now() + std::chrono::seconds(seconds);
     while (Clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::this_thread::sleep_for(std::chrono::milliseconds(150));
         if (faults) {
             Inject(services, random);
             ++injected;
@@ -333,6 +449,25 @@ int Run(Services& services, int seconds, int threads, bool faults) {
     return injected;
 }
 
+std::array<long, 3> Totals() {
+    std::array<long, 3> totals{};
+    const auto add = [&totals](const char* name, const Counts& counts) {
+        std::printf("%-18s %9ld %9ld %9ld\n", name, counts[0].load(), counts[1].load(),
+                    counts[2].load());
+        for (std::size_t i = 0; i < totals.size(); ++i) {
+            totals.at(i) += counts.at(i);
+        }
+    };
+    std::puts("                    answered    failed     wrong");
+    for (const Kind& kind : g_calls) {
+        add(kind.name, kind.counts);
+    }
+    add("echo", g_echoes);
+    add("close in callback", g_closings);
+    add("cancel", g_cancellations);
+    return totals;
+}
+
 int Soak(int seconds, int threads) {
     const TemporaryFolder folder;
     const TemporaryStore store;
@@ -341,26 +476,32 @@ int Soak(int seconds, int threads) {
     setenv("VERANTI_LOG", "off", 1);
     CSharpGetInstance();
     Services services(address);
-    Run(services, 2, threads, false);  // what is made once is made here
+    Caller first{Random(static_cast<unsigned>(threads)), "", "", {}};
+    Detail(first);  // what is made once is made before records are counted,
+    Header(first);
+    Run(services, 2, threads, false);  // and the rest of it here
     const Left before;
     const int faults = Run(services, seconds, threads, true);
     const Left after;
     const auto descriptors = static_cast<long>(after.descriptors - before.descriptors);
     const auto memory = static_cast<long>(after.memory - before.memory);
+    const auto [answered, failed, wrong] = Totals();
     std::printf(
         "seconds        %d\nthreads        %d\nanswered       %ld\nfailed         %ld\n"
         "faults         %d\nwrong answers  %ld\ncrashes        %d\ndescriptors    %+ld\n"
         "memory         %+ld KB\n",
-        seconds, threads, g_answered.load(), g_failed.load(), faults, g_wrong.load(),
-        services.Crashes(), descriptors, memory / 1024);
-    const bool clean =
-        g_wrong == 0 && services.Crashes() == 0 && descriptors == 0 && memory < kKept;
+        seconds, threads, answered, failed, faults, wrong, services.Crashes(), descriptors,
+        memory / 1024);
+    const bool clean = wrong == 0 && services.Crashes() == 0 && descriptors == 0 && memory < kKept;
     return clean ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string(argv[1]) == "serve") {
+        return ServeAndClose();
+    }
     const long seconds = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 60;
     const long threads = argc > 2 ? std::strtol(argv[2], nullptr, 10) : 32;
     if (seconds < 1 || threads < 1) {
