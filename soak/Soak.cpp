@@ -290,7 +290,8 @@ int ServeAndClose() {
             std::puts("ready");
             std::fflush(stdout);
         }
-        while (g_served == before) {
+        // What is pending refers to the connection, and another reference saves the answer.
+        while (g_served == before || g_main_context_pending(nullptr) != FALSE) {
             g_main_context_iteration(nullptr, TRUE);
         }
     }
