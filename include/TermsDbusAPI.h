@@ -34,6 +34,8 @@
 ///   close the server of a bus that has gone: an event of the end may still be on its way;
 /// - a name, path or time limit that GDBus does not take (a signal called "no name", a limit below
 ///   -1) is also reported by GLib, as a critical warning;
+/// - pthread_cancel() ends no thread in a function of this header, and must not end the one that
+///   runs the main loop: GLib does not expect that;
 /// - without memory the process ends, or std::bad_alloc passes through the function.
 ///
 /// What the library logs is listed in [docs/log.md](docs/log.md).

@@ -311,6 +311,7 @@ void m_ReleaseTermsDbusServerInstance(TermsDbusServer* server) {
 }
 
 int InitiateTermsDbusServer(const char* name) {
+    const Cancellation::CHold hold;
     if (name == nullptr) {
         VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
@@ -326,6 +327,7 @@ int InitiateTermsDbusServer(const char* name) {
 
 void RegisterTermsDbusCallback(const char* service_name, TermsDbusCallbackType type, void* callback,
                                void* user_data) {
+    const Cancellation::CHold hold;
     if (service_name == nullptr) {
         VERANTI_LOG_SYSTEM("%s", kNullName);
         return;
@@ -340,6 +342,7 @@ void RegisterTermsDbusCallback(const char* service_name, TermsDbusCallbackType t
 }
 
 int CreateTermsDbusServer(const char* name) {
+    const Cancellation::CHold hold;
     if (name == nullptr) {
         VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
@@ -351,6 +354,7 @@ int CreateTermsDbusServer(const char* name) {
 
 int SendTermsDbusSignal(const char* service_name, const char* signal_name,
                         TermsDbusMessage* message) {
+    const Cancellation::CHold hold;
     if (service_name == nullptr || signal_name == nullptr) {
         VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
@@ -366,6 +370,7 @@ int SendTermsDbusSignal(const char* service_name, const char* signal_name,
 
 int SendTermsDbusSyncMessage(const char* service_name, const char* destination,
                              TermsDbusMessage* request, TermsDbusMessage* reply, int timeout_ms) {
+    const Cancellation::CHold hold;
     if (service_name == nullptr || destination == nullptr) {
         VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;
@@ -381,6 +386,7 @@ int SendTermsDbusSyncMessage(const char* service_name, const char* destination,
 }
 
 int CloseTermsDbusServer(const char* service_name) {
+    const Cancellation::CHold hold;
     if (service_name == nullptr) {
         VERANTI_LOG_SYSTEM("%s", kNullName);
         return 0;

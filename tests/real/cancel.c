@@ -2,6 +2,7 @@
  * behind in the process and in the store's folder, its second argument. With no arguments it
  * cancels one call that nobody answers. */
 #include <TermsAPI.h>
+#include <TermsDbusAPI.h>
 #include <dirent.h>
 #include <pthread.h>
 #include <stdio.h>
@@ -22,8 +23,14 @@ static int entries(const char* path) {
     return count;
 }
 
+static void send(void) {
+    TermsDbusMessage request = {"", 0, "", "", NULL, 0};
+    TermsDbusMessage reply = {NULL, 0, NULL, NULL, NULL, 0};
+    SendTermsDbusSyncMessage("handle", "com.velmora.tv.termsclient", &request, &reply, -1);
+}
+
 static void call(unsigned which) {
-    switch (which % 6) {
+    switch (which % 7) {
         case 0:
             IsServiceAvailable();
             break;
@@ -39,6 +46,9 @@ static void call(unsigned which) {
         case 4:
             CSharpDestroy();
             CSharpGetInstance();
+            break;
+        case 5:
+            send();
             break;
         default:
             vconf_set_str("test/cancelled", "text");
@@ -94,8 +104,10 @@ int main(int count, char** arguments) {
         puts(answer_of(ask) == -2 ? "given up" : "answered");
         return 0;
     }
+    InitiateTermsDbusServer("handle");
+    CreateTermsDbusServer("com.example.Server");
     call(0);
-    call(5);
+    call(6);
     const int descriptors = entries("/proc/self/fd");
     const int stored = entries(arguments[2]);
     unsigned seed = 1;
