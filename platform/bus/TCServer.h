@@ -21,8 +21,8 @@ namespace Corvane {
 ///
 /// The JSON text of a request is compact and in ASCII: other characters are "\u" escapes, and bytes
 /// that are no UTF-8 are U+FFFD. That of a reply may be written in any way but holds one value: no
-/// comments, no comma behind a last element, nothing behind the value, and at most 100 levels of
-/// arrays and objects. Everything else counts as no reply.
+/// comments, no comma behind a last element, nothing behind the value, and at most 100 levels:
+/// what is in an array or object is one level deeper than it. Everything else counts as no reply.
 ///
 /// An endpoint may be handed from thread to thread but is used by one at a time; different
 /// endpoints do not know of each other.

@@ -19,7 +19,8 @@ constexpr char kReplyTypes[] = "s";     ///< JSON text
 /// The path of the object that answers for a bus name.
 std::string ObjectPath(std::string_view busName);
 
-/// How deep JSON text that is read may be nested: each level takes some of its reader's stack.
+/// How deep JSON text that is read may be nested, a number or text in the innermost array included:
+/// each level takes some of its reader's stack.
 constexpr int kMostLevels = 100;
 
 /// Compact JSON text in ASCII, without comments: whatever bytes a string holds, it can travel.

@@ -64,7 +64,7 @@ TEST_F(ClientTest, CallsThatAreGivenUpLeaveNothingBehind) {
     const Simulator simulator;
     const Outcome caller = RunProgram({CANCELLED_CALLER_PATH, "1000", m_store.Path()});
     EXPECT_EQ(caller.status, 0) << caller.errors;
-    EXPECT_EQ(caller.output, "0 descriptors more, 0 files more, 1 1\n");
+    EXPECT_EQ(caller.output, "0 descriptors more, 0 files more, 1 1 -2 -3\n");
     simulator.Signal(SIGSTOP);  // nobody answers
     EXPECT_EQ(RunProgram({CANCELLED_CALLER_PATH}).output, "given up\n");
     simulator.Signal(SIGCONT);

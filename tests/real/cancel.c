@@ -79,12 +79,34 @@ static void* ask_unwilling(void* answer) {
     return NULL;
 }
 
-/* The answer that a cancelled thread got; -2 when it gave its call up. */
-static int answer_of(void* (*asks)(void*)) {
-    int answer = -2;
+static void end_in_one(TermsContentItem* item, void* answer) {
+    pthread_cancel(pthread_self());
+    pthread_testcancel();
+    *(int*)answer = item->nOrder; /* not cancelled */
+}
+
+static void end_in_all(TermsContentItem** items, int count, void* answer) {
+    end_in_one(items[count - 1], answer);
+}
+
+static void* end_in_callback(void* answer) {
+    if (*(int*)answer == -2) {
+        GetDisclaimerDetail("privacy_policy", end_in_one, answer);
+    } else {
+        GetAllDisclaimerDetail(TERMS_REQUESTER_0, end_in_all, answer);
+    }
+    *(int*)answer = 0; /* not cancelled */
+    return NULL;
+}
+
+/* The answer that a thread got; what it was before when the thread gave its call up. */
+static int answer_of(void* (*asks)(void*), int before, int cancelled) {
+    int answer = before;
     pthread_t thread;
     pthread_create(&thread, NULL, asks, &answer);
-    pthread_cancel(thread);
+    if (cancelled != 0) {
+        pthread_cancel(thread);
+    }
     pthread_join(thread, NULL);
     return answer;
 }
@@ -101,7 +123,7 @@ static void cancel_at(unsigned moment) {
 
 int main(int count, char** arguments) {
     if (count == 1) { /* nobody answers */
-        puts(answer_of(ask) == -2 ? "given up" : "answered");
+        puts(answer_of(ask, -2, 1) == -2 ? "given up" : "answered");
         return 0;
     }
     InitiateTermsDbusServer("handle");
@@ -115,7 +137,9 @@ int main(int count, char** arguments) {
         cancel_at((unsigned)rand_r(&seed));
     }
     call(4);
-    printf("%d descriptors more, %d files more, %d %d\n", entries("/proc/self/fd") - descriptors,
-           entries(arguments[2]) - stored, IsServiceAvailable(), answer_of(ask_unwilling));
+    printf("%d descriptors more, %d files more, %d %d %d %d\n",
+           entries("/proc/self/fd") - descriptors, entries(arguments[2]) - stored,
+           IsServiceAvailable(), answer_of(ask_unwilling, -2, 1), answer_of(end_in_callback, -2, 0),
+           answer_of(end_in_callback, -3, 0));
     return 0;
 }
