@@ -30,6 +30,7 @@ constexpr char* Record::*kReleased[] = {
 // What the C interface is made of, as in TermsAPIInternal.h
 
 EHomeDisclaimerRequester GetRequesterType(TermsRequester requester) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("%d", static_cast<int>(requester));
     const bool known = requester >= TERMS_REQUESTER_0 && requester <= TERMS_REQUESTER_3;
     return known ? static_cast<EHomeDisclaimerRequester>(requester)
@@ -37,6 +38,7 @@ EHomeDisclaimerRequester GetRequesterType(TermsRequester requester) {
 }
 
 char* ConvertChar(std::string text) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("[%s]", text.c_str());
     if (text.empty()) {
         VERANTI_LOG_WARNING("empty");
@@ -53,6 +55,7 @@ char* ConvertChar(std::string text) {
 }
 
 void ConvertTermItem(TermsContentItem* dst, STHomeDisclaimerContentItem* src) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("[%s]", src->strItemId.c_str());
     // In the record's order, which is the order of the texts in the log.
     dst->strItemId = ConvertChar(src->strItemId);
@@ -88,6 +91,7 @@ void ConvertTermItem(TermsContentItem* dst, STHomeDisclaimerContentItem* src) {
 }
 
 void DestroyTermItem(TermsContentItem* item) {
+    const Cancellation::CHold hold;
     VERANTI_LOG_INFO("");
     for (const auto text : kReleased) {
         TermsDbusUtil::ReleaseArray(item->*text);

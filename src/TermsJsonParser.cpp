@@ -2,6 +2,7 @@
 
 #include <json/reader.h>
 
+#include "Cancellation.h"
 #include "Log.h"
 #include "Platform.h"
 
@@ -18,6 +19,7 @@ std::string TitleAt(const Json::Value& titles, Json::ArrayIndex index) {
 }  // namespace
 
 std::string CTermsJsonParser::GetMenuTitleFromVconf(std::string key, int index) {
+    const Cancellation::CHold hold;
     if (key.empty() || index < 0) {
         VERANTI_LOG_WARNING("parameter  Error : [%s][%d]", key.c_str(), index);
         return "";

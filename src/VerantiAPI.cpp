@@ -40,9 +40,6 @@ class CInstanceLock {
     ~CInstanceLock() { g_mutex_unlock(&s_Mutex); }
     CInstanceLock(const CInstanceLock&) = delete;
     CInstanceLock& operator=(const CInstanceLock&) = delete;
-
-  private:
-    const Cancellation::CHold m_Hold;
 };
 
 const char* BoolText(bool value) {
@@ -173,6 +170,7 @@ CVerantiAPI::CErrorDescriptor::CErrorDescriptor(int code, int reason)
     : m_ErrorCode(code), m_ErrorReason(reason) {}
 
 CVerantiAPI::CErrorDescriptor CVerantiAPI::CErrorDescriptor::FromString(std::string text) {
+    const Cancellation::CHold hold;
     CErrorDescriptor descriptor;
     Json::Value value;
     if (!ParseJson(text, value)) {
@@ -200,6 +198,7 @@ CVerantiAPI::CVerantiAPI() = default;
 CVerantiAPI::~CVerantiAPI() = default;
 
 CVerantiAPI* CVerantiAPI::GetInstance() {
+    const Cancellation::CHold hold;
     VERANTI_LOG_DEBUG("CVerantiAPI GetInstance");
     if (s_bInitialised) {
         return m_pInstance;
@@ -215,6 +214,7 @@ CVerantiAPI* CVerantiAPI::GetInstance() {
 }
 
 CVerantiAPI* CVerantiAPI::GetInstanceUT() {
+    const Cancellation::CHold hold;
     if (s_bInitialised) {
         return m_pInstance;
     }
@@ -230,6 +230,7 @@ CVerantiAPI* CVerantiAPI::GetInstanceUT() {
 }
 
 void CVerantiAPI::Destroy() {
+    const Cancellation::CHold hold;
     VERANTI_LOG_DEBUG("CVerantiAPI Destroy");
     const CInstanceLock lock;
     if (m_pInstance != nullptr) {

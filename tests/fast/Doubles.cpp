@@ -2,6 +2,7 @@
 
 #include <TCServer.h>
 #include <dlog.h>
+#include <pthread.h>
 #include <vconf.h>
 
 #include <algorithm>
@@ -23,9 +24,18 @@ std::map<const Corvane::TCMessage*, std::string> g_messageNames;
 std::mutex g_mutex;
 std::condition_variable g_noted;
 
-void Note(const std::string& line) {
+bool Cancellable() {
+    int state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    pthread_setcancelstate(state, nullptr);
+    return state == PTHREAD_CANCEL_ENABLE;
+}
+
+/// The client's threads can be cancelled in the platform's wait, and nowhere else.
+void Note(const std::string& line, bool cancellable = false) {
+    const std::string wrong = Cancellable() == cancellable ? "" : " (wrong state of cancellation)";
     const std::lock_guard lock(g_mutex);
-    ThePlatform().journal.push_back(line);
+    ThePlatform().journal.push_back(line + wrong);
     g_noted.notify_all();
 }
 
@@ -125,8 +135,9 @@ int __dlog_print(int log_id, int priority, const char* tag, const char* format, 
     if (shown.find(number) != std::string::npos) {
         shown.replace(shown.find(number), number.size(), ":LINE]");
     }
-    Note(Look(tag, log_id, priority, text.substr(prefix.size(), 5)) + ' ' + file + ' ' + function +
-         (line > 0 ? ": " : ": no line ") + shown);
+    const std::string look = Look(tag, log_id, priority, text.substr(prefix.size(), 5));
+    Note(look + ' ' + file + ' ' + function + (line > 0 ? ": " : ": no line ") + shown,
+         std::strcmp(tag, "dterms-dbus") == 0 && Cancellable());
     return 0;
 }
 
@@ -160,11 +171,13 @@ bool TCServer::CreateDBusProxy() {
 bool TCServer::SendMessage(const char* destination, const TCMessage* request, bool synchronous,
                            TCMessage* reply, int timeLimit) {
     if (!request->m_Protocol.empty()) {
-        Note("protocol " + request->m_Protocol);
+        Note("protocol " + request->m_Protocol, true);
     }
     Note("send " + g_messageNames[request] + " to " + destination + " for " +
-         g_messageNames[reply] + (synchronous ? " sync " : " async ") + std::to_string(timeLimit));
-    Note(Wire::ToText(request->m_JsonBody));
+             g_messageNames[reply] + (synchronous ? " sync " : " async ") +
+             std::to_string(timeLimit),
+         true);
+    Note(Wire::ToText(request->m_JsonBody), true);
     return ThePlatform().service(request->m_JsonBody, reply->m_JsonBody);
 }
 
