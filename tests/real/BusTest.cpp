@@ -67,6 +67,7 @@ TEST_F(BusTest, CarriesProtocolAndBodyBothWays) {
         g_autoptr(GVariant) text = g_variant_get_child_value(call.Body(), 1);
         call.Reply(g_variant_new("(@s)", text));
     });
+    m_request.m_JsonBody = Json::objectValue;  // a null one would lose the remark
     m_request.m_JsonBody.setComment(std::string("/* a remark */"), Json::commentBefore);
     EXPECT_TRUE(Send(kName));
     EXPECT_EQ(service.Next(),
