@@ -1,6 +1,6 @@
-// Where a thread that is in the library can be cancelled: while it waits for the service, and in its
-// caller's own callbacks. Everywhere else it would end the process from a destructor, or leave open
-// what a C library below was about to hand back.
+// Where a thread that is in the library can be cancelled: while it waits for the service, and in
+// its caller's own callbacks. Everywhere else it would end the process from a destructor, or leave
+// open what a C library below was about to hand back.
 #pragma once
 
 #include <pthread.h>
