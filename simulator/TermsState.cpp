@@ -69,6 +69,9 @@ TermsState FromJson(const Json::Value& json) {
     state.country = json["country"].asString();
     const Json::Value& agreed = json["agreed"];
     for (const std::string& product : agreed.getMemberNames()) {
+        if (!agreed[product].isArray()) {
+            throw Json::LogicError("no list of ids");
+        }
         for (const Json::Value& id : agreed[product]) {
             state.agreed[product].insert(id.asString());
         }
