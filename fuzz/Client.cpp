@@ -11,11 +11,10 @@
 #include <new>
 #include <optional>
 #include <sstream>
-#include <utility>
 
+#include "Allocations.h"
 #include "CSharpBridgeAPI.h"
 #include "Fuzz.h"
-#include "LeftBehind.h"
 #include "Peer.h"
 #include "TermsAPI.h"
 #include "TermsAPIInternal.h"
@@ -48,10 +47,6 @@ void Plain(bool result) {
 
 void Available(bool result) {
     Require(result == Confirmed(0));
-}
-
-void Header(const Json::Value& header) {
-    Require(header == Said(1)["headerData"]);
 }
 
 /// A text of a C record is null for an empty one, and ends where the build says.
@@ -89,40 +84,33 @@ std::vector<const Json::Value*> Listed() {
     return replies;
 }
 
-template <typename Fetch>
-std::vector<std::unique_ptr<Item>> List(const Fetch& fetch) {
-    struct Releases {
-        ~Releases() {
-            for (const Item* item : items) {
-                delete item;
-            }
+/// Owns the records of a list.
+struct Items {
+    Items() = default;
+    Items(const Items&) = delete;
+    ~Items() {
+        for (const Item* item : list) {
+            delete item;
         }
-        std::vector<Item*> items;
-    } owner;
-    fetch(owner.items);
-    std::vector<std::unique_ptr<Item>> items;
-    for (Item* item : std::exchange(owner.items, {})) {
-        items.emplace_back(item);
     }
-    return items;
-}
+    std::vector<Item*> list;
+};
 
 void Details() {
-    const auto items = List([](auto& found) { Client().GetDisclaimerDetails(found, kWho, "TV"); });
+    Items items;
+    Client().GetDisclaimerDetails(items.list, kWho, "TV");
     const auto replies = Listed();
-    Require(items.size() == replies.size());
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        Require(items[i]->strItemId == (*replies[i])["id"].asString());
-        Require(items[i]->vecDetailData.size() % 2 == 0);
+    Require(items.list.size() == replies.size());
+    for (std::size_t i = 0; i < replies.size(); ++i) {
+        Require(items.list[i]->strItemId == (*replies[i])["id"].asString());
+        Require(items.list[i]->vecDetailData.size() % 2 == 0);
     }
 }
 
 void Revised() {
-    bool result = false;
-    const auto items =
-        List([&](auto& found) { result = Client().GetRevisedDisclaimers(found, "TV", "all"); });
-    Plain(result);
-    Require(items.size() == (result ? Said(1)["disclaimers"].size() : 0));
+    Items items;
+    Plain(Client().GetRevisedDisclaimers(items.list, "TV", "all"));
+    Require(items.list.size() == (Confirmed(1) ? Said(1)["disclaimers"].size() : 0));
 }
 
 void CheckListed(TermsContentItem** items, int count, void* listed) {
@@ -137,10 +125,10 @@ void CheckListed(TermsContentItem** items, int count, void* listed) {
 /// How many allocations a call leaves behind, unless it throws. They are given back.
 template <typename Call>
 std::optional<std::size_t> Left(const Call& call) {
-    const LeftBehind left;
+    const Allocations::LeftBehind left;
     try {
         call();
-        return LeftBehind::Count();
+        return Allocations::LeftBehind::Count();
     } catch (const std::exception&) {
         return std::nullopt;
     }
@@ -214,7 +202,7 @@ template <void (CVerantiAPI::*Method)(Json::Value&)>
 void Headers() {
     Json::Value header;
     (Client().*Method)(header);
-    Header(header);
+    Require(header == Said(1)["headerData"]);
 }
 
 void Agreements() {

@@ -19,8 +19,8 @@
 #include <set>
 #include <thread>
 
+#include "Allocations.h"
 #include "CSharpBridgeAPI.h"
-#include "LeftBehind.h"
 #include "Store.h"
 #include "TermsDbusServer.h"
 #include "TermsProtocol.h"
@@ -106,7 +106,7 @@ Result Shown(Caller& /*caller*/) {
 
 /// The C interface's list. Its client's records are given back here.
 Result ShownAll(Caller& /*caller*/) {
-    const LeftBehind records;
+    const Allocations::LeftBehind records;
     int known = 0;
     try {
         GetAllDisclaimerDetail(
@@ -121,46 +121,40 @@ Result ShownAll(Caller& /*caller*/) {
     } catch (const Json::Exception&) {
         return Result::Failed;
     }
-    return Judge(LeftBehind::Count() > 0, known > 0);
+    return Judge(Allocations::LeftBehind::Count() > 0, known > 0);
 }
 
-/// Whether each record is of another known term; releases them.
-bool Known(std::vector<STHomeDisclaimerContentItem*>& items) {
-    std::set<std::string> ids;
-    const std::size_t count = items.size();
-    for (const STHomeDisclaimerContentItem* item : items) {
-        if (kTerms.count(item->strItemId) == 1) {
-            ids.insert(item->strItemId);
+/// Owns the records of a list.
+struct Items {
+    Items() = default;
+    Items(const Items&) = delete;
+    ~Items() {
+        for (const STHomeDisclaimerContentItem* item : list) {
+            delete item;
         }
-        delete item;
     }
-    items.clear();
-    return ids.size() == count;
-}
+    std::vector<STHomeDisclaimerContentItem*> list;
+};
 
-template <typename Fetch>
-Result List(const Fetch& fetch) {
-    std::vector<STHomeDisclaimerContentItem*> items;
-    try {
-        fetch(items);
-    } catch (...) {
-        Known(items);
-        throw;
+/// Each record is of another known term.
+Result Known(const Items& items) {
+    std::set<std::string> ids;
+    for (const STHomeDisclaimerContentItem* item : items.list) {
+        ids.insert(kTerms.count(item->strItemId) == 1 ? item->strItemId : "");
     }
-    const bool answered = !items.empty();
-    return Judge(answered, Known(items));
+    return Judge(!ids.empty(), ids.size() == items.list.size() && ids.count("") == 0);
 }
 
 Result Listed(Caller& caller) {
-    return List([&caller](std::vector<STHomeDisclaimerContentItem*>& items) {
-        caller.client.GetDisclaimerDetails(items, HOME_DISCLAIMER_REQUESTER_0, "TV");
-    });
+    Items items;
+    caller.client.GetDisclaimerDetails(items.list, HOME_DISCLAIMER_REQUESTER_0, "TV");
+    return Known(items);
 }
 
 Result Revised(Caller& caller) {
-    return List([&caller](std::vector<STHomeDisclaimerContentItem*>& items) {
-        caller.client.GetRevisedDisclaimers(items, "TV", "all");
-    });
+    Items items;
+    caller.client.GetRevisedDisclaimers(items.list, "TV", "all");
+    return Known(items);
 }
 
 Result Agree(Caller& caller) {
@@ -392,15 +386,11 @@ Arguments Misbehaviour(Random& random) {
 }
 
 void Inject(Services& services, Random& random) {
-    switch (random() % 6) {
-        case 0:
-            services.RestartBus();
-            break;
-        case 1:
-            services.RestartSimulator({});
-            break;
-        default:
-            services.RestartSimulator(Misbehaviour(random));
+    const auto fault = random() % 6;
+    if (fault == 0) {
+        services.RestartBus();
+    } else {
+        services.RestartSimulator(fault == 1 ? Arguments() : Misbehaviour(random));
     }
 }
 

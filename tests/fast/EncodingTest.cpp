@@ -74,6 +74,7 @@ TEST(EncodingTest, TuplesBecomeRecords) {
     EXPECT_FALSE(TermsDbusUtil::MakeParamsToMessage(nullptr, record));
     EXPECT_EQ(ThePlatform().TakeJournal(),
               "bus-error TermsDbusUtil.cpp MakeParamsToMessage: Error: parameters is NULL");
+    EXPECT_TRUE(TermsDbusUtil::MakeParamsToMsgInput("SendMessage", nullptr, record));
 }
 
 TEST(EncodingTest, RecordsBecomeTuples) {
@@ -122,27 +123,6 @@ TEST(EncodingTest, RecordsBecomeTuples) {
     EXPECT_EQ(Print(Keep(TermsDbusUtil::MakeFailResponseToParams()).get()),
               R"(('', uint32 0, '', '{"dbus_result":"fail","errmsg":"error handling"}', )"
               R"([(byte 0x00,)]))");
-}
-
-TEST(EncodingTest, OnlyTheTwoMethodsAreTaken) {
-    const Value tuple = Keep(g_variant_new_parsed("('f', uint32 7, 't', 'm')"));
-    const std::string log = " TermsDbusUtil.cpp MakeParamsToMsgInput: ";
-    for (const std::string method : {"SendMessage", "SendMessageWithBuffer"}) {
-        Received record;
-        ThePlatform().Reset();
-        EXPECT_TRUE(TermsDbusUtil::MakeParamsToMsgInput(method, tuple.get(), record));
-        EXPECT_EQ(record.Show(), "f 7 t m untouched");
-        EXPECT_EQ(ThePlatform().TakeJournal(),
-                  Journal({"bus" + log + "methodName: " + method, kDecodes + "(suss)"}));
-        EXPECT_TRUE(TermsDbusUtil::MakeParamsToMsgInput(method, nullptr, record));
-    }
-    for (const std::string method : {"SendMessageX", "sendmessage", ""}) {
-        Received record;
-        ThePlatform().Reset();
-        EXPECT_FALSE(TermsDbusUtil::MakeParamsToMsgInput(method, tuple.get(), record));
-        EXPECT_EQ(record.Show(), "unchanged");
-        EXPECT_EQ(ThePlatform().TakeJournal(), "bus-error" + log + "error method name : " + method);
-    }
 }
 
 TEST(EncodingTest, NamesBecomePaths) {

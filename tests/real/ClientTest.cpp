@@ -4,7 +4,7 @@
 
 #include <atomic>
 #include <csignal>
-#include <thread>
+#include <future>
 
 #include "Main.h"
 #include "VerantiAPI.h"
@@ -26,19 +26,17 @@ TEST_F(ClientTest, ThirtyTwoThreadsLeaveNothingBehind) {
     const Simulator simulator;
     const auto run = [this](int threads, int requests) {
         std::atomic<int> answered{0};
-        std::vector<std::thread> callers;
+        std::vector<std::future<void>> callers;
         for (int thread = 0; thread < threads; ++thread) {
-            callers.emplace_back([this, requests, thread, &answered] {
+            callers.push_back(std::async(std::launch::async, [this, requests, thread, &answered] {
                 const auto requester = static_cast<EHomeDisclaimerRequester>(thread % 4);
                 for (int i = 0; i < requests; ++i) {
                     const int number = m_client.GetDisclaimerNum(requester, "TV");
                     answered += number == (thread % 4 < 2 ? 7 : 8) ? 1 : 0;
                 }
-            });
+            }));
         }
-        for (std::thread& caller : callers) {
-            caller.join();
-        }
+        callers.clear();  // waits for them
         return answered.load();
     };
     NoteWait("the answers to all threads");

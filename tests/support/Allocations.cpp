@@ -8,6 +8,8 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <set>
+#include <utility>
 
 namespace {
 
@@ -18,7 +20,27 @@ std::array<Allocations::Watched, 2> g_watched{};
 std::array<const void*, 256> g_made{};  // the arrays that the trace shows
 std::array<char, 4096> g_trace{};
 std::size_t g_traceEnd = 0;
+bool g_counts = false;  // else there is no lock either: it would order a program's threads
 bool g_exhausted = false;
+
+using Noted = std::set<void*>;
+thread_local Noted* t_noted = nullptr;  // null, too, while the set itself allocates
+
+void* Note(void* memory) {
+    if (Noted* const noted = std::exchange(t_noted, nullptr)) {
+        noted->insert(memory);
+        t_noted = noted;
+    }
+    return memory;
+}
+
+void Release(void* memory) {
+    if (Noted* const noted = std::exchange(t_noted, nullptr)) {
+        noted->erase(memory);
+        t_noted = noted;
+    }
+    std::free(memory);
+}
 
 void Trace(char letter, long number) {
     std::array<char, 16> word{};
@@ -41,7 +63,10 @@ char LetterOf(std::size_t size) {
 }
 
 void* AllocateObject(std::size_t size) {
-    void* memory = std::malloc(size);
+    void* memory = Note(std::malloc(size));
+    if (!g_counts) {
+        return memory;
+    }
     const std::lock_guard lock(g_mutex);
     const char letter = LetterOf(size);
     if (letter != 0 && memory != nullptr) {
@@ -52,8 +77,8 @@ void* AllocateObject(std::size_t size) {
 }
 
 void* AllocateArray(std::size_t size) {
-    void* memory = std::malloc(size);
-    if (memory != nullptr) {
+    void* memory = Note(std::malloc(size));
+    if (g_counts && memory != nullptr) {
         std::memset(memory, Allocations::kPoison, size);
         const std::lock_guard lock(g_mutex);
         ++g_arrays;
@@ -70,7 +95,7 @@ void* OrThrow(void* memory) {
 }
 
 void ReleaseArray(void* memory) {
-    if (memory != nullptr) {
+    if (g_counts && memory != nullptr) {
         const std::lock_guard lock(g_mutex);
         --g_arrays;
         auto* const found = std::find(g_made.begin(), g_made.end(), memory);
@@ -79,7 +104,7 @@ void ReleaseArray(void* memory) {
             *found = nullptr;
         }
     }
-    std::free(memory);
+    Release(memory);
 }
 
 }  // namespace
@@ -94,6 +119,7 @@ std::string Allocations::Trace() {
 
 void Allocations::Reset(Watched one, Watched other) {
     const std::lock_guard lock(g_mutex);  // a detached thread may be ending
+    g_counts = true;
     g_arrays = 0;
     g_number = 0;
     g_watched = {one, other};
@@ -103,6 +129,22 @@ void Allocations::Reset(Watched one, Watched other) {
 
 void Allocations::Exhaust(bool exhausted) {
     g_exhausted = exhausted;
+}
+
+Allocations::LeftBehind::LeftBehind() {
+    t_noted = new Noted;
+}
+
+Allocations::LeftBehind::~LeftBehind() {
+    const Noted* const noted = std::exchange(t_noted, nullptr);
+    for (void* memory : *noted) {
+        ::operator delete(memory);
+    }
+    delete noted;
+}
+
+std::size_t Allocations::LeftBehind::Count() {
+    return t_noted->size();
 }
 
 void* operator new(std::size_t size) {
@@ -122,18 +164,17 @@ void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
 }
 
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 void operator delete(void* memory, std::size_t size) noexcept {
-    {
+    if (g_counts) {
         const std::lock_guard lock(g_mutex);
-        const char letter = LetterOf(size);
-        if (letter != 0) {
+        if (const char letter = LetterOf(size)) {
             Trace(static_cast<char>(std::tolower(letter)), -1);
         }
     }
-    std::free(memory);
+    Release(memory);
 }
 
 void operator delete[](void* memory) noexcept {
