@@ -55,15 +55,6 @@ TEST_F(SimulatorTest, WhatCannotBeStoredHasNotChanged) {
     EXPECT_EQ(RunCommand("header").output.find("country_code  \n"), 0);
 }
 
-TEST_F(SimulatorTest, AReplyThatCannotBeReadIsExplained) {
-    const BusPeer service(
-        "com.velmora.tv.termsclient",
-        BusPeer::SaysText(R"({"result":true,"number":"x","disclaimers":[{},{"title":{}}]})"));
-    const char* advice = "answer cannot be read";
-    Expect("count", 1, "", advice);
-    Expect("revised --json", 1, "{\"result\":false}\n", advice);
-}
-
 TEST_F(SimulatorTest, AListThatIsNotWholeSaysSo) {
     const BusPeer service("com.velmora.tv.termsclient", [](const BusPeer::Call& call) {
         g_autofree char* request = g_variant_print(call.Body(), FALSE);
@@ -73,28 +64,6 @@ TEST_F(SimulatorTest, AListThatIsNotWholeSaysSo) {
     Expect("list", 0,
            "ID  ORDER  TITLE  STATE\na   0             not agreed\na   0             not agreed\n",
            "gave 2 of 3 terms");
-}
-
-TEST_F(SimulatorTest, WhatTheServiceSaysCannotHarmTheTerminal) {
-    const BusPeer service(
-        "com.velmora.tv.termsclient",
-        BusPeer::SaysText(
-            R"({"result":true,"number":1,"id":"a","version":"1","title":"\u001b[2Jx\u0007\ny",)"
-            R"("intro":")" +
-            std::string(100, 'y') +
-            R"(","details":"[Note]\tone\r\ntwo","headerData":)"
-            R"({"\u001b[2J":"a\n\u202eb","\u009b\u007f":["\u2066"]}})"));
-    Expect("show a", 0,
-           "\\x1b[2Jx\\x07\ny\n(a, version 1)\n\n" + std::string(80, 'y') + '\n' +
-               std::string(20, 'y') + "\n\n  [Note] one\n  two\n\nState: not agreed\n");
-    Expect("list", 0,
-           "ID  ORDER  TITLE           STATE\na   0      \\x1b[2Jx\\x07 y  not agreed\n");
-    for (const std::string header : {"header", "web-header"}) {
-        Expect(header, 0, "\\x1b[2J     a \\u202eb\n\\u009b\\x7f  [\"\\u2066\"]\n");
-        Expect(header + " --json", 0,
-               R"({"header":{"\u001b[2J":"a\n\u202eb","\u009b\u007f":["\u2066"]},"result":true})"
-               "\n");
-    }
 }
 
 TEST_F(SimulatorTest, WhatItShowsCannotHarmTheTerminal) {

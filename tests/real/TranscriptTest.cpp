@@ -1,15 +1,19 @@
-// Sessions in a terminal, word for word. A line "# simulator OPTION..." or "# no simulator" says
-// who serves from there on; a line "$ veranti ..." (or an example's name) is a command, the lines
-// behind it are all that it prints, standard error last, and "[1]" at their end is an exit status.
-// A line "> ..." is the next that the simulator prints. A backslash in a command stands for what it
-// does in C, variables may come first and ">/dev/full" last.
+// Sessions in a terminal, word for word. A line "# simulator OPTION...", "# service REPLY" or "# no
+// simulator" says who serves from there on; a line "$ veranti ..." (or an example's name) is a
+// command, the lines behind it are all that it prints, standard error last, and "[1]" at their end
+// is an exit status. A line "> ..." is the next that the simulator prints. A command with "&" last
+// runs on as a job; "%1 ..." is the next line that the first job prints, and "$ end %1" ends it. A
+// backslash in a command stands for what it does in C, variables may come first and ">/dev/full"
+// last. The folder has the files "abc", of these letters, and "zero", of a single zero byte.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
+#include <map>
 #include <optional>
 
-#include "World.h"
+#include "BusPeer.h"
 
 namespace {
 
@@ -26,47 +30,69 @@ Arguments ProgramOf(const std::string& name) {
     return {name == "veranti" ? COMMAND_PATH : name == "busctl" ? name : examples + name};
 }
 
-Outcome RunLine(const std::string& command) {
+/// The words of a command, for a program in a folder.
+Arguments WordsOf(const std::string& folder, const std::string& command) {
     g_autofree char* meant = g_strcompress(command.c_str());
     const Arguments words = Words(meant);
     const auto name = std::find_if(words.begin(), words.end(), [](const std::string& word) {
         return word.find('=') == std::string::npos;
     });
     const bool full = words.back() == ">/dev/full";
-    return RunProgram(Arguments{"env"} + Arguments(words.begin(), name) +
-                      (full ? Words("sh -c 'exec \"$@\" >/dev/full' sh") : Arguments()) +
-                      ProgramOf(*name) + Arguments(name + 1, words.end() - (full ? 1 : 0)));
-}
-
-/// What a command prints, with names for what is another in each run.
-std::string Perform(const PrivateBus& bus, const TemporaryStore& store,
-                    const std::string& command) {
-    const Outcome run = RunLine(command);
-    std::string seen = run.output + run.errors;
-    for (const auto& [place, name] :
-         {std::pair(bus.Address(), "ADDRESS"), std::pair(store.Path(), "STORE")}) {
-        for (std::size_t at = 0; (at = seen.find(place)) != std::string::npos;) {
-            seen.replace(at, place.size(), name);
-        }
-    }
-    return seen + (run.status != 0 ? '[' + std::to_string(run.status) + "]\n" : "");
+    return Arguments{"env", "-C", folder} + Arguments(words.begin(), name) +
+           (full ? Words("sh -c 'exec \"$@\" >/dev/full' sh") : Arguments()) + ProgramOf(*name) +
+           Arguments(name + 1, words.end() - (full ? 1 : 0));
 }
 
 class TranscriptTest : public testing::TestWithParam<std::string> {
   protected:
-    /// Starts the simulator that a line asks for.
+    TranscriptTest() {
+        m_folder.Write("abc", "abc");
+        m_folder.Write("zero", std::string(1, '\0'));
+    }
+
+    /// Starts the simulator or the service that a line asks for.
     void Serve(const std::string& line) {
         m_simulator.reset();
-        if (line != "# no simulator") {
+        m_service.reset();
+        const std::size_t end = line.find(' ', 2);
+        if (line.compare(2, end - 2, "service") == 0) {
+            m_service.emplace("com.velmora.tv.termsclient", BusPeer::SaysText(line.substr(end)));
+        } else if (line != "# no simulator") {
             const Arguments words = Words(line.substr(2));
             ASSERT_EQ(words.front(), "simulator") << line;
             m_simulator.emplace(Arguments(words.begin() + 1, words.end()));
         }
     }
 
+    /// What a command prints, with names for what is another in each run.
+    std::string Perform(const std::string& command) {
+        if (command.back() == '&') {
+            m_jobs.try_emplace('%' + std::to_string(m_jobs.size() + 1),
+                               WordsOf(m_folder.Path(), command.substr(0, command.size() - 1)));
+            return "";
+        }
+        if (command.compare(0, 4, "end ") == 0) {
+            Program& job = m_jobs.at(command.substr(4));
+            job.Signal(SIGTERM);
+            return job.Wait() != 0 ? "failed\n" : "";
+        }
+        const Outcome run = RunProgram(WordsOf(m_folder.Path(), command));
+        std::string seen = run.output + run.errors;
+        for (const auto& [place, name] :
+             {std::pair(m_bus.Address(), "ADDRESS"), std::pair(m_store.Path(), "STORE")}) {
+            for (std::size_t at = 0; (at = seen.find(place)) != std::string::npos;) {
+                seen.replace(at, place.size(), name);
+            }
+        }
+        return seen + (run.status != 0 ? '[' + std::to_string(run.status) + "]\n" : "");
+    }
+
     PrivateBus m_bus;
     TemporaryStore m_store;
+    TemporaryFolder m_folder;
     std::optional<Simulator> m_simulator;
+    std::optional<BusPeer> m_service;
+    std::map<std::string, Program> m_jobs;
 };
 
 TEST_P(TranscriptTest, HappensAsWritten) {
@@ -77,7 +103,7 @@ TEST_P(TranscriptTest, HappensAsWritten) {
     int commands = 0;
     const auto perform = [&] {
         if (!command.empty()) {
-            EXPECT_EQ(Perform(m_bus, m_store, command), expected) << command;
+            EXPECT_EQ(Perform(command), expected) << command;
             ++commands;
         }
         command.clear();
@@ -93,6 +119,9 @@ TEST_P(TranscriptTest, HappensAsWritten) {
         } else if (line.compare(0, 2, "> ") == 0) {
             perform();
             EXPECT_EQ(m_simulator.value().ReadLine(), line.substr(2));
+        } else if (line[0] == '%') {
+            perform();
+            EXPECT_EQ(m_jobs.at(line.substr(0, 2)).ReadLine(), line.substr(3));
         } else {
             expected += line + '\n';
         }
