@@ -17,13 +17,6 @@ constexpr char kAgreements[] = "db/veranti/disclaimeragrees";
 constexpr char kTitles[] = "db/veranti/terms_title";
 constexpr char kState[] = "db/veranti/simulator_state";
 
-/// The first line of a catalogue; its terms follow, and "]}".
-const std::string kHead =
-    R"({"languages":{"en":{"title":"T","description":"D"}},"default_language":"en",)"
-    R"("countries":{"US":"en"},"terms":[)"
-    "\n";
-constexpr char kTerm[] = R"({"id":"a","texts":{"en":{"title":"A"}}})";
-
 class SimulatorTest : public testing::Test {
   protected:
     PrivateBus m_bus;
@@ -64,18 +57,6 @@ TEST_F(SimulatorTest, AListThatIsNotWholeSaysSo) {
     Expect("list", 0,
            "ID  ORDER  TITLE  STATE\na   0             not agreed\na   0             not agreed\n",
            "gave 2 of 3 terms");
-}
-
-TEST_F(SimulatorTest, WhatItShowsCannotHarmTheTerminal) {
-    const TemporaryFolder folder;
-    const std::string term = R"({"id":"a","texts":{"en":{"title":"\u007f"}}}]})";
-    Simulator simulator({"--verbose", "--catalogue", folder.Write("c", kHead + term)});
-    const std::string request = R"({"method":"get disclaimer by term id","product_type":"",)"
-                                R"("request_item":"a","x":")";
-    RunProgram({"busctl", "call", "com.velmora.tv.termsclient", "/com/velmora/tv/termsclient",
-                "com.corvane.Message1", "Exchange", "ss", "", request + "\x1b[2J\n\u200e\"}"});
-    EXPECT_EQ(simulator.ReadLine(), request + R"(\x1b[2J\n\u200e"})");
-    EXPECT_NE(simulator.ReadLine().find(R"("title":"\x7f")"), std::string::npos);
 }
 
 /// Agrees to a term for a product type, or withdraws that.
@@ -187,66 +168,22 @@ TEST_F(SimulatorTest, AgreementsSurviveARestart) {
     EXPECT_EQ(Stored(kTitles), titles);
 }
 
+TEST_F(SimulatorTest, AStateThatIsNoneIsLeftAlone) {
+    for (const std::string state : {R"({"agreed":[3]})", R"({"agreed":{"TV":"all"}})"}) {
+        vconf_set_str(kState, state.c_str());
+        const Outcome run = RunProgram({SIMULATOR_PATH});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_NE(run.errors.find("is not the simulator's"), std::string::npos) << run.errors;
+        EXPECT_EQ(Stored(kState), state);
+    }
+}
+
 TEST_F(SimulatorTest, EndsWithTheBus) {
     Simulator simulator;
     m_bus.Stop();
     EXPECT_EQ(simulator.Wait(), 1);
     EXPECT_EQ(simulator.Errors(),
               "The message bus went away. Start the simulator again when it is back.\n");
-}
-
-TEST_F(SimulatorTest, ABadStartIsExplained) {
-    const TemporaryFolder folder;
-    const auto expectRefused = [](const Arguments& options, const std::string& error) {
-        const Outcome run = RunProgram(Arguments{SIMULATOR_PATH} + options);
-        EXPECT_EQ(run.status, 1);
-        EXPECT_NE(run.errors.find(error), std::string::npos) << run.errors;
-    };
-    const std::pair<std::string, const char*> cases[] = {
-        {"", ":1:1: Syntax error"},
-        {"[]", ":1: the catalogue must be an object."},
-        {"{\n}", ":1: the catalogue needs the member \"languages\"."},
-        {kHead + "3]}", ":2: an element of \"terms\" must be an object."},
-        {kHead + "{\n\"id\": 5}]}", ":3: \"id\" must be a text."},
-        {kHead + "{\"id\":\"a\",\n\"requesters\":[9]}]}",
-         ":3: an element of \"requesters\" must be a number from 0 to 4."},
-        {kHead + "{\"id\":\"a\",\"texts\":\n{}}]}", ":3: \"texts\" needs the member \"en\"."},
-    };
-    for (const auto& [text, error] : cases) {
-        const std::string path = folder.Write("catalogue.json", text);
-        expectRefused({"--catalogue", path}, path + error);
-    }
-    {
-        const Simulator first;
-        const std::string agreements = Stored(kAgreements);
-        const std::string other = folder.Write("other.json", kHead + kTerm + "]}");
-        expectRefused({"--catalogue", other}, "\"com.velmora.tv.termsclient\" is taken");
-        EXPECT_EQ(Stored(kAgreements), agreements);
-    }
-    for (const std::string state : {R"({"agreed":[3]})", R"({"agreed":{"TV":"all"}})"}) {
-        vconf_set_str(kState, state.c_str());
-        expectRefused({}, "is not the simulator's");
-        EXPECT_EQ(Stored(kState), state);
-    }
-    setenv("VERANTI_STORE", (folder.Path() + "/catalogue.json").c_str(), 1);
-    expectRefused({}, "VERANTI_STORE");
-}
-
-TEST_F(SimulatorTest, AnUpdateReadsTheCatalogueAgainAndKeepsTheOldOneWhenItIsBroken) {
-    const TemporaryFolder folder;
-    const auto write = [&folder](const std::string& terms) {
-        return folder.Write("catalogue.json", kHead + terms + "]}");
-    };
-    Simulator simulator({"--catalogue", write(kTerm)});
-    Expect("count", 0, "1 terms for requester 0.\n");
-    write(kTerm + std::string(R"(,{"id":"b","texts":{"en":{"title":"B"}}})"));
-    Expect("update", 0, "The terms are up to date.\n");
-    Expect("count", 0, "2 terms for requester 0.\n");
-    EXPECT_EQ(Stored(kTitles), R"([{"title":"A"},{"title":"B"}])");
-    write("broken");
-    Expect("update", 1, "", "could not update");
-    Expect("count", 0, "2 terms for requester 0.\n");
-    EXPECT_NE(simulator.Errors().find("catalogue.json:2:1: Syntax error"), std::string::npos);
 }
 
 }  // namespace

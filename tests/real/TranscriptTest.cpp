@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <optional>
@@ -30,15 +31,15 @@ Arguments ProgramOf(const std::string& name) {
     return {name == "veranti" ? COMMAND_PATH : name == "busctl" ? name : examples + name};
 }
 
-/// The words of a command, for a program in a folder.
-Arguments WordsOf(const std::string& folder, const std::string& command) {
+/// The words of a command, with the program that it names.
+Arguments WordsOf(const std::string& command) {
     g_autofree char* meant = g_strcompress(command.c_str());
     const Arguments words = Words(meant);
     const auto name = std::find_if(words.begin(), words.end(), [](const std::string& word) {
         return word.find('=') == std::string::npos;
     });
     const bool full = words.back() == ">/dev/full";
-    return Arguments{"env", "-C", folder} + Arguments(words.begin(), name) +
+    return Arguments{"env"} + Arguments(words.begin(), name) +
            (full ? Words("sh -c 'exec \"$@\" >/dev/full' sh") : Arguments()) + ProgramOf(*name) +
            Arguments(name + 1, words.end() - (full ? 1 : 0));
 }
@@ -46,9 +47,10 @@ Arguments WordsOf(const std::string& folder, const std::string& command) {
 class TranscriptTest : public testing::TestWithParam<std::string> {
   protected:
     TranscriptTest() {
-        m_folder.Write("abc", "abc");
         m_folder.Write("zero", std::string(1, '\0'));
+        std::filesystem::current_path(m_folder.Path());
     }
+    ~TranscriptTest() override { std::filesystem::current_path("/"); }
 
     /// Starts the simulator or the service that a line asks for.
     void Serve(const std::string& line) {
@@ -68,15 +70,15 @@ class TranscriptTest : public testing::TestWithParam<std::string> {
     std::string Perform(const std::string& command) {
         if (command.back() == '&') {
             m_jobs.try_emplace('%' + std::to_string(m_jobs.size() + 1),
-                               WordsOf(m_folder.Path(), command.substr(0, command.size() - 1)));
+                               WordsOf(command.substr(0, command.size() - 1)));
             return "";
         }
         if (command.compare(0, 4, "end ") == 0) {
             Program& job = m_jobs.at(command.substr(4));
             job.Signal(SIGTERM);
-            return job.Wait() != 0 ? "failed\n" : "";
+            return (job.Wait() != 0 ? "failed\n" : "") + job.Errors();
         }
-        const Outcome run = RunProgram(WordsOf(m_folder.Path(), command));
+        const Outcome run = RunProgram(WordsOf(command));
         std::string seen = run.output + run.errors;
         for (const auto& [place, name] :
              {std::pair(m_bus.Address(), "ADDRESS"), std::pair(m_store.Path(), "STORE")}) {
@@ -119,6 +121,11 @@ TEST_P(TranscriptTest, HappensAsWritten) {
         } else if (line.compare(0, 2, "> ") == 0) {
             perform();
             EXPECT_EQ(m_simulator.value().ReadLine(), line.substr(2));
+        } else if (line.compare(0, 2, "= ") == 0) {
+            perform();
+            const std::size_t end = line.find(' ', 2);
+            g_autofree char* text = g_strcompress(line.c_str() + end + 1);
+            m_folder.Write(line.substr(2, end - 2), text);
         } else if (line[0] == '%') {
             perform();
             EXPECT_EQ(m_jobs.at(line.substr(0, 2)).ReadLine(), line.substr(3));
