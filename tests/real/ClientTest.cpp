@@ -51,7 +51,7 @@ TEST_F(ClientTest, ThirtyTwoThreadsLeaveNothingBehind) {
 
 TEST_F(ClientTest, CallsWhileTheProcessEndsAreAnsweredAlike) {
     const Simulator simulator;
-    const Outcome caller = RunProgram({LATE_CALLER_PATH});
+    const Outcome caller = RunProgram({CALLERS_PATH "/late-caller"});
     EXPECT_EQ(caller.status, 0);
     EXPECT_EQ(caller.output, "1 0\n1 0\n");
 }
@@ -60,18 +60,18 @@ TEST_F(ClientTest, CallsThatAreGivenUpLeaveNothingBehind) {
     const TemporaryFolder folder;
     setenv("VERANTI_LOG", (folder.Path() + "/log").c_str(), 1);
     const Simulator simulator;
-    const Outcome caller = RunProgram({CANCELLED_CALLER_PATH, "1000", m_store.Path()});
+    const Outcome caller = RunProgram({CALLERS_PATH "/cancelled-caller", "1000", m_store.Path()});
     EXPECT_EQ(caller.status, 0) << caller.errors;
     EXPECT_EQ(caller.output, "0 descriptors more, 0 files more, 1 1 -2 -3\n");
     simulator.Signal(SIGSTOP);  // nobody answers
-    EXPECT_EQ(RunProgram({CANCELLED_CALLER_PATH}).output, "given up\n");
+    EXPECT_EQ(RunProgram({CALLERS_PATH "/cancelled-caller"}).output, "given up\n");
     simulator.Signal(SIGCONT);
 }
 
 TEST_F(ClientTest, LivesOnWhenItsLibraryIsClosed) {
     const Simulator simulator;
     simulator.Signal(SIGSTOP);  // no answer before the library is closed
-    Program caller({RELOAD_CALLER_PATH});
+    Program caller({CALLERS_PATH "/reload-caller"});
     EXPECT_EQ(caller.ReadLine(), "closed");
     simulator.Signal(SIGCONT);
     EXPECT_EQ(caller.Wait(), 0);

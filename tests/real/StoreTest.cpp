@@ -70,7 +70,7 @@ TEST_F(StoreTest, LiesInTheFirstOfItsPlaces) {
         } else if (machine == fs::file_type::regular) {
             m_store.Write("machine", "");
         }
-        EXPECT_EQ(Say(variable, STORE_CALLER_PATH),
+        EXPECT_EQ(Say(variable, CALLERS_PATH "/store-caller"),
                   root + "\nNo such file or directory\nwritten\n");
         EXPECT_EQ(fs::status(folder / fs::path(root)).permissions(), fs::perms(0700));
         fs::remove_all(folder + "machine");
@@ -89,7 +89,7 @@ TEST_F(StoreTest, MoreRightsThanTheCallersTakeNothingOfItsEnvironment) {
     const std::string machine = m_store.Path() + "/machine";
     fs::create_directory(machine);
     m_store.Write("machine/key", "kept");
-    fs::copy(STORE_CALLER_PATH, m_store.Path() + "/caller");
+    fs::copy(CALLERS_PATH "/store-caller", m_store.Path() + "/caller");
     for (const char* path : {"", "/machine", "/machine/key", "/caller"}) {
         fs::permissions(m_store.Path() + path, fs::perms(0755));
     }
