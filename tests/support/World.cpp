@@ -118,15 +118,18 @@ bool Program::ReadMore(const char* what) {
     return size > 0;
 }
 
+static std::string BusDaemon() {
+    const char* other = std::getenv("VERANTI_TEST_BUS");
+    return other != nullptr ? other : "dbus-daemon";
+}
+
 PrivateBus::PrivateBus() : PrivateBus("unix:tmpdir=/tmp") {
     setenv("DBUS_SYSTEM_BUS_ADDRESS", m_address.c_str(), 1);
 }
 
 PrivateBus::PrivateBus(const std::string& address)
-    : Program({std::getenv("VERANTI_TEST_BUS") != nullptr ? std::getenv("VERANTI_TEST_BUS")
-                                                          : "dbus-daemon",
-               std::string("--config-file=") + BUS_CONFIGURATION_PATH, "--nofork", "--nopidfile",
-               "--print-address=1", "--address=" + address},
+    : Program({BusDaemon(), std::string("--config-file=") + BUS_CONFIGURATION_PATH, "--nofork",
+               "--nopidfile", "--print-address=1", "--address=" + address},
               open("/dev/null", O_WRONLY | O_CLOEXEC)),
       m_address(ReadLine()) {}
 
