@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +21,7 @@ std::array<Allocations::Watched, 2> g_watched{};
 std::array<const void*, 256> g_made{};  // the arrays that the trace shows
 std::array<char, 4096> g_trace{};
 std::size_t g_traceEnd = 0;
-bool g_counts = false;  // else there is no lock either: it would order a program's threads
+std::atomic<bool> g_counts{false};  // else there is no lock: it would order a program's threads
 bool g_exhausted = false;
 
 using Noted = std::set<void*>;
