@@ -12,15 +12,16 @@ constexpr int kNotHeld = -1;
 /// The state that the thread's caller chose, while it is held.
 inline thread_local int t_nCallersState = kNotHeld;
 
-/// Holds the thread's cancellation while it lives. Inside another it does nothing.
+/// Holds the thread's cancellation while it lives. Inside another it does nothing. Not inline: the
+/// getters' own stores are looked at in what is built.
 class CHold {
   public:
-    CHold() : m_bOutermost(t_nCallersState == kNotHeld) {
+    [[gnu::noinline]] CHold() : m_bOutermost(t_nCallersState == kNotHeld) {
         if (m_bOutermost) {
             pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &t_nCallersState);
         }
     }
-    ~CHold() {
+    [[gnu::noinline]] ~CHold() {
         if (m_bOutermost) {
             const int state = t_nCallersState;
             t_nCallersState = kNotHeld;
