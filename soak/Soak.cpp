@@ -426,7 +426,7 @@ int Run(Services& services, int seconds, int threads, bool faults) {
     int injected = 0;
     const auto end = Clock::now() + std::chrono::seconds(seconds);
     while (Clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));  // else hardly one answers
         if (faults) {
             Inject(services, random);
             ++injected;
