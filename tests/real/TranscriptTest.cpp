@@ -2,9 +2,10 @@
 // simulator" says who serves from there on; a line "$ veranti ..." (or an example's name) is a
 // command, the lines behind it are all that it prints, standard error last, and "[1]" at their end
 // is an exit status. A line "> ..." is the next that the simulator prints. A command with "&" last
-// runs on as a job; "%1 ..." is the next line that the first job prints, and "$ end %1" ends it. A
-// backslash in a command stands for what it does in C, variables may come first and ">/dev/full"
-// last. The folder has the files "abc", of these letters, and "zero", of a single zero byte.
+// runs on as a job; "%1 ..." is the next line that the first job prints, "$ end %1" ends it and
+// "$ wait %1" waits for its own end. A backslash in a command stands for what it does in C,
+// variables may come first and ">/dev/full" last. The folder has the files "abc", of these letters,
+// and "zero", of a single zero byte.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -73,9 +74,12 @@ class TranscriptTest : public testing::TestWithParam<std::string> {
                                WordsOf(command.substr(0, command.size() - 1)));
             return "";
         }
-        if (command.compare(0, 4, "end ") == 0) {
-            Program& job = m_jobs.at(command.substr(4));
-            job.Signal(SIGTERM);
+        const bool ends = command.compare(0, 4, "end ") == 0;
+        if (ends || command.compare(0, 5, "wait ") == 0) {
+            Program& job = m_jobs.at(command.substr(command.find('%')));
+            if (ends) {
+                job.Signal(SIGTERM);
+            }
             return (job.Wait() != 0 ? "failed\n" : "") + job.Errors();
         }
         const Outcome run = RunProgram(WordsOf(command));
